@@ -1,0 +1,37 @@
+#ifndef TESSEL_APP_COMMAND_LINE_H_
+#define TESSEL_APP_COMMAND_LINE_H_
+
+#include <ostream>
+#include <string>
+
+#include "app/log/run_log.h"
+#include "harness/shell.h"
+
+class TesselGen;
+
+/// The usage line printed for a lone unknown argument.
+extern const char kUsageText[];
+
+/// Makes `path` absolute against the current directory: "/..." stays as it
+/// is, "." becomes the current directory, anything else is appended to it
+/// after a "/". No other normalisation is done.
+std::string makeAbsolute(const std::string& path);
+
+/// Reads an includes file: one directory per line, made absolute and added
+/// to `tg.includeDirs`; problems go to `tg.err`.
+void readIncludesFile(TesselGen& tg, const std::string& path);
+
+/// Walks the options from `argv[first]` on and applies them to `tg`.
+/// Returns false, after a message on `tg.err`, when an option that takes a
+/// value is the last argument.
+[[nodiscard]] bool applyOptions(TesselGen& tg, int argc,
+                                const char* const* argv, int first);
+
+/// The whole program: start line, argument-count rules, the positional echo,
+/// the options and the run. Returns the process exit status. `shell` runs
+/// every command, `clock` stamps the run log.
+int run_command_line(int argc, const char* const* argv, Shell& shell,
+                     std::ostream& out, std::ostream& err,
+                     MicrosClock clock = system_clock_micros);
+
+#endif  // TESSEL_APP_COMMAND_LINE_H_

@@ -1,0 +1,95 @@
+#ifndef TESSEL_HARNESS_COMPILE_HARNESS_H_
+#define TESSEL_HARNESS_COMPILE_HARNESS_H_
+
+#include <cstdint>
+#include <string>
+
+class TesselGen;
+
+/// Fixed file names of the harness, all in the current directory.
+extern const char kCompileScript[];  // "compile.sh"
+extern const char kPassFile[];       // "pass.txt"
+extern const char kStdoutLog[];      // "stdout.log"
+extern const char kStderrLog[];      // "stderr.log"
+extern const char kExeExt[];         // ".exe"
+
+/// Shared pieces of test sources.
+extern const char kIncludeStddef[];  // "#include <stddef.h>\n"
+extern const char kIncludeStdio[];   // "#include <stdio.h>\n"
+extern const char kIncludeStdlib[];  // "#include <stdlib.h>\n"
+extern const char kMainStart[];      // "int main(void) {"
+extern const char kReturnZero[];     // "return 0;"
+extern const char kCloseBrace[];     // "}"
+extern const char kIfdef[];          // "#ifdef "
+extern const char kIfndef[];         // "#ifndef "
+extern const char kEndif[];          // "#endif"
+extern const char kStringifyS[];     // "#define S(X) #X"
+extern const char kStringifyM[];     // "#define M(X) S(X)"
+
+/// The header name that never exists, included on purpose to provoke a
+/// "file not found" message.
+extern const char kMissingHeader[];  // "ak12345"
+
+/// ".c" for the C product, ".cpp" for the C++ product.
+std::string sourceExtension(const TesselGen& tg);
+
+/// The printf declaration of the product: "int printf(char *, ...);" for C,
+/// "extern \"C\" int printf(char *, ...);" for C++.
+std::string printfDeclaration(const TesselGen& tg);
+
+/// Fills the first occurrence of each placeholder of the order string for
+/// the source `source`. `buildProgram` false compiles to an object, true
+/// links a program named after the source with ".exe". `extraDefine` (may be
+/// empty) follows the implicit switches and defines in "%d". A placeholder
+/// missing from the order string raises std::out_of_range, which ends the
+/// run: the order string is not checked in advance.
+std::string buildCommand(const TesselGen& tg, const std::string& source,
+                         bool buildProgram, const std::string& extraDefine);
+
+/// Writes the eight-line "compile.sh" around `command`, makes it executable
+/// and runs it with its output captured in "stdout.log" and "stderr.log".
+/// The outcome is read from the files, not from the exit status.
+void runCompileScript(TesselGen& tg, const std::string& command);
+
+/// The text of "stdout.log" followed directly by that of "stderr.log"; a
+/// missing file contributes nothing.
+std::string readCompilerOutput();
+
+/// Writes `text` to `base` + source extension, compiles it to an object and
+/// reports whether `base` + S_OBJEXT appeared. On success `*size` is the
+/// object's size, else 0. `*output` receives the captured messages. Either
+/// pointer may be null.
+bool compileTest(TesselGen& tg, const std::string& text,
+                 const std::string& base, uint32_t* size, std::string* output);
+
+/// `compileTest` with the base name "tmp_typetest".
+bool compileTypeTest(TesselGen& tg, const std::string& text, uint32_t* size,
+                     std::string* output);
+
+/// Size in bytes of the file at `path`, or 0xFFFFFFFF when it does not exist.
+uint32_t objectSize(const std::string& path);
+
+/// Compiles (and, natively, runs when the file asks for it) one test source
+/// from a test directory, with `extraDefine` on the command line. The first
+/// three lines of the file may carry "Error:" (failure message), "Success:"
+/// (success message) and "Execute" (the test is a program to run). Returns
+/// the verdict; `*message` gets the matching message, or the program's
+/// output for an executed test.
+bool runTestFile(TesselGen& tg, const std::string& path,
+                 const std::string& extraDefine, std::string* message);
+
+/// Deletes every file in the current directory whose name starts with
+/// `prefix` ("rm  " + prefix + "* -f").
+void removeMatching(TesselGen& tg, const std::string& prefix);
+
+/// Reads the whole file at `path` in binary mode; empty when unreadable.
+std::string readWholeFile(const std::string& path);
+
+/// Creates or empties `path` and writes `text` to it; false when the file
+/// cannot be opened.
+bool writeWholeFile(const std::string& path, const std::string& text);
+
+/// True when `path` can be opened for reading.
+bool canOpen(const std::string& path);
+
+#endif  // TESSEL_HARNESS_COMPILE_HARNESS_H_

@@ -1,0 +1,9 @@
+#include "harness/globals.h"
+
+std::string S_OBJEXT;
+unsigned char S_OBJ_IS_BINARY = 1;
+
+void reset_globals_for_testing() {
+  S_OBJEXT.clear();
+  S_OBJ_IS_BINARY = 1;
+}

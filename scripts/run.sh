@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Builds TesselGen and characterises a compiler in a fresh run directory.
+#
+#   scripts/run.sh [PRESET]                 a preset (default: gcc)
+#   scripts/run.sh --list                   the presets
+#   scripts/run.sh -- POSITIONALS... [OPTIONS...]
+#                                           your own eight positionals and options
+#
+# Each run gets its own directory runs/<name>-<time>/ holding the test
+# directories and a "work" directory (with "config") that TesselGen runs in,
+# so nothing is written into the shipped data and no run sees another's files.
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+
+usage() {
+  sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
+}
+
+presets="gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc"
+
+# Prints the directories that a gcc-like compiler searches for <...> headers.
+gcc_like_dirs() {  # compiler language [switches...]
+  local cc=$1 lang=$2
+  shift 2
+  "$cc" "$@" -x"$lang" -E -v /dev/null 2>&1 >/dev/null |
+    sed -n '/#include <...> search starts here:/,/End of search list./p' |
+    sed '1d;$d' | sed 's/^ *//' | while read -r d; do
+      (cd "$d" 2>/dev/null && pwd -P)
+    done
+}
+
+sdcc_dirs() {  # the include directories of sdcc for the mcs51 port
+  sdcc -mmcs51 --print-search-dirs 2>/dev/null |
+    sed -n '/^includedir:/,/^[a-z]*dir:/p' | sed '1d;$d' | while read -r d; do
+      [ -d "$d" ] && (cd "$d" && pwd -P)
+    done
+}
+
+tcc_dirs() {
+  tcc -vv 2>/dev/null | sed -n '/^include:/,/^[a-z]/p' | sed '1d' | grep '^ ' |
+    sed 's/^ *//' | while read -r d; do
+      [ -d "$d" ] && (cd "$d" && pwd -P)
+    done
+}
+
+# Sets ARGS to the positionals and options of a preset.
+preset_args() {
+  local name=$1 product cross cc ext=.o lang=c dirs switches=()
+  case "$name" in
+    gcc) product=vellc cross=cmp cc=gcc switches=(-fno-diagnostics-show-caret) ;;
+    g++) product=vellcpp cross=cmp cc=g++ lang=c++ switches=(-fno-diagnostics-show-caret) ;;
+    clang) product=vellc cross=cmp cc=clang switches=(-fno-caret-diagnostics) ;;
+    clang++) product=vellcpp cross=cmp cc=clang++ lang=c++ switches=(-fno-caret-diagnostics) ;;
+    tcc) product=vellc cross=cmp cc=tcc ;;
+    sdcc) product=vellc cross=ccmp cc=sdcc ext=.rel switches=(-mmcs51) ;;
+    avr-gcc) product=vellc cross=ccmp cc=avr-gcc
+      switches=("-mmcu=atmega328p -fno-diagnostics-show-caret") ;;
+    arm-none-eabi-gcc) product=vellc cross=ccmp cc=arm-none-eabi-gcc
+      switches=("-mcpu=cortex-m4 -mthumb -fno-diagnostics-show-caret") ;;
+    *) echo "Unknown preset: $name (known presets: $presets)" >&2; exit 2 ;;
+  esac
+  if ! command -v "$cc" >/dev/null 2>&1; then
+    echo "Compiler not found for preset $name: $cc is not on PATH" >&2
+    exit 3
+  fi
+  case "$name" in
+    sdcc) dirs=$(sdcc_dirs) ;;
+    tcc) dirs=$(tcc_dirs) ;;
+    *) dirs=$(gcc_like_dirs "$cc" "$lang" ${switches[0]:+${switches[0]}}) ;;
+  esac
+  if [ -z "$dirs" ]; then
+    echo "Could not learn the header directories of $cc" >&2
+    exit 3
+  fi
+  ARGS=("$product" "$cross" "$cc" "-o " "-c" "-D" "$ext" "%c %j %d%s %o%e")
+  local d s
+  while read -r d; do ARGS+=(-i "$d"); done <<<"$dirs"
+  for s in "${switches[@]}"; do ARGS+=(-xs "$s"); done
+}
+
+name=gcc
+if [ $# -gt 0 ]; then
+  case "$1" in
+    -h|--help) usage; exit 0 ;;
+    --list) echo "$presets"; exit 0 ;;
+    --) shift; name=custom; ARGS=("$@") ;;
+    *) name=$1 ;;
+  esac
+fi
+[ "$name" = custom ] || preset_args "$name"
+
+cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$top/build" --target TesselGen -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
+
+run_dir=$top/runs/$name-$(date +%Y%m%d-%H%M%S)-$$
+mkdir -p "$run_dir/work/personality"
+cp -R "$top/config" "$run_dir/work/config"
+for d in c_tests cpp_tests c_keyword_tests cpp_keyword_tests; do
+  if [ -d "$top/data/$d" ]; then cp -R "$top/data/$d" "$run_dir/$d"; else mkdir -p "$run_dir/$d"; fi
+done
+
+cd "$run_dir/work"
+status=0
+"$top/build/TesselGen" "${ARGS[@]}" || status=$?
+echo
+echo "Run directory:     $run_dir/work"
+out=personality/TesselPerson.p_c
+for ((i = 0; i < ${#ARGS[@]}; i++)); do
+  [ "${ARGS[$i]}" = -op ] && out=${ARGS[$((i + 1))]}
+done
+echo "Personality:       $run_dir/work/$out"
+fi_dir=$(dirname "$out")/kivforceinclude
+if [ -d "$fi_dir" ]; then
+  echo "Force-include:     $run_dir/work/$fi_dir"
+else
+  echo "Force-include:     (none written)"
+fi
+echo "Run log:           $run_dir/work/$(ls -t TesselGen_*.log 2>/dev/null | head -1)"
+exit $status

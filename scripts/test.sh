@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Builds TesselGen and runs every test: once in a normal build (unit, stage
+# and real-compiler tests) and once with AddressSanitizer and
+# UndefinedBehaviorSanitizer (unit and stage tests).
+#
+# Compilers that the real-compiler tests use are installed with apt-get when
+# this runs as root and they are missing; set TESSEL_NO_INSTALL=1 to skip
+# that (the tests that need them then report "skipped" with the reason).
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+cd "$top"
+jobs=$(nproc 2>/dev/null || echo 2)
+
+"$top/scripts/install_deps.sh"
+
+build() {  # build DIR [cmake options...]
+  local dir=$1
+  shift
+  cmake -S "$top" -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEL_WERROR=ON "$@" >/dev/null
+  cmake --build "$dir" -j "$jobs"
+}
+
+echo "== Normal build =="
+build "$top/build"
+echo "== Sanitizer build (ASan + UBSan) =="
+build "$top/build-asan" -DTESSEL_SANITIZE=ON
+
+status=0
+echo "== Tests: unit, stage and real compilers =="
+ctest --test-dir "$top/build" -j "$jobs" --output-on-failure || status=1
+echo "== Tests under the sanitizers: unit and stage =="
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  ctest --test-dir "$top/build-asan" -j "$jobs" -L 'unit|stage' --output-on-failure || status=1
+exit $status
