@@ -5,6 +5,7 @@
 #   scripts/run.sh --list                   the presets
 #   scripts/run.sh -- POSITIONALS... [OPTIONS...]
 #                                           your own eight positionals and options
+#   scripts/run.sh --args PRESET            print the preset's arguments only
 #
 # Each run gets its own directory runs/<name>-<time>/ holding the test
 # directories and a "work" directory (with "config") that TesselGen runs in,
@@ -13,7 +14,7 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 
 usage() {
-  sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
+  sed -n '2,12p' "$0" | sed 's/^# \{0,1\}//'
 }
 
 presets="gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc"
@@ -25,21 +26,21 @@ gcc_like_dirs() {  # compiler language [switches...]
   "$cc" "$@" -x"$lang" -E -v /dev/null 2>&1 >/dev/null |
     sed -n '/#include <...> search starts here:/,/End of search list./p' |
     sed '1d;$d' | sed 's/^ *//' | while read -r d; do
-      (cd "$d" 2>/dev/null && pwd -P)
+      (cd "$d" 2>/dev/null && pwd)
     done
 }
 
 sdcc_dirs() {  # the include directories of sdcc for the mcs51 port
   sdcc -mmcs51 --print-search-dirs 2>/dev/null |
     sed -n '/^includedir:/,/^[a-z]*dir:/p' | sed '1d;$d' | while read -r d; do
-      [ -d "$d" ] && (cd "$d" && pwd -P)
+      [ -d "$d" ] && (cd "$d" && pwd)
     done
 }
 
 tcc_dirs() {
   tcc -vv 2>/dev/null | sed -n '/^include:/,/^[a-z]/p' | sed '1d' | grep '^ ' |
     sed 's/^ *//' | while read -r d; do
-      [ -d "$d" ] && (cd "$d" && pwd -P)
+      [ -d "$d" ] && (cd "$d" && pwd)
     done
 }
 
@@ -74,6 +75,9 @@ preset_args() {
   fi
   ARGS=("$product" "$cross" "$cc" "-o " "-c" "-D" "$ext" "%c %j %d%s %o%e")
   local d s
+  # The same directory can be listed twice (through ".." or a symbolic
+  # spelling); keep the first.
+  dirs=$(awk '!seen[$0]++' <<<"$dirs")
   while read -r d; do ARGS+=(-i "$d"); done <<<"$dirs"
   for s in "${switches[@]}"; do ARGS+=(-xs "$s"); done
 }
@@ -83,16 +87,24 @@ if [ $# -gt 0 ]; then
   case "$1" in
     -h|--help) usage; exit 0 ;;
     --list) echo "$presets"; exit 0 ;;
+    --args) preset_args "${2:-gcc}"; printf '%s\n' "${ARGS[@]}"; exit 0 ;;
     --) shift; name=custom; ARGS=("$@") ;;
     *) name=$1 ;;
   esac
 fi
 [ "$name" = custom ] || preset_args "$name"
 
-cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$top/build" --target TesselGen -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
+# TESSEL_BINARY names an already built TesselGen (the tests use it);
+# otherwise the tool is built here first.
+binary=${TESSEL_BINARY:-}
+if [ -z "$binary" ]; then
+  cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  cmake --build "$top/build" --target TesselGen -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
+  binary=$top/build/TesselGen
+fi
 
-run_dir=$top/runs/$name-$(date +%Y%m%d-%H%M%S)-$$
+# TESSEL_RUNS_DIR moves the run directories elsewhere (default: runs/).
+run_dir=${TESSEL_RUNS_DIR:-$top/runs}/$name-$(date +%Y%m%d-%H%M%S)-$$
 mkdir -p "$run_dir/work/personality"
 cp -R "$top/config" "$run_dir/work/config"
 for d in c_tests cpp_tests c_keyword_tests cpp_keyword_tests; do
@@ -101,7 +113,7 @@ done
 
 cd "$run_dir/work"
 status=0
-"$top/build/TesselGen" "${ARGS[@]}" || status=$?
+"$binary" "${ARGS[@]}" || status=$?
 echo
 echo "Run directory:     $run_dir/work"
 out=personality/TesselPerson.p_c
