@@ -1,6 +1,188 @@
 #include "output/template_merge.h"
 
+#include <algorithm>
+#include <fstream>
+#include <set>
+
 #include "app/tessel_gen.h"
 
-// Not built yet: the stage does nothing.
-void MergeTemplate(TesselGen& /*tg*/, const std::string& /*personalityPath*/) {}
+namespace {
+
+// One kind of template section: its tags and the list its entries go to.
+struct SectionKind {
+  const char* open;
+  const char* close;
+  std::vector<std::string> TemplateSections::*entries;
+};
+
+const SectionKind kSectionKinds[] = {
+    {"<modify>", "</modify>", &TemplateSections::ModifyLines},
+    {"<add>", "</add>", &TemplateSections::AddLines},
+    {"<remove>", "</remove>", &TemplateSections::RemoveLines},
+};
+
+}  // namespace
+
+// Removes leading and trailing blanks; tabs and carriage returns stay.
+static std::string trim_blanks(const std::string& text) {
+  std::string::size_type first = text.find_first_not_of(' ');
+  if (first == std::string::npos) {
+    return "";
+  }
+  std::string::size_type last = text.find_last_not_of(' ');
+  return text.substr(first, last - first + 1);
+}
+
+static bool contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+TemplateSections ReadTemplateSections(std::istream& in) {
+  TemplateSections sections;
+  std::string line;
+  while (std::getline(in, line)) {
+    for (const SectionKind& kind : kSectionKinds) {
+      if (!contains(line, kind.open)) {
+        continue;
+      }
+      std::vector<std::string>& entries = sections.*kind.entries;
+      bool closed = false;
+      while (std::getline(in, line)) {
+        if (contains(line, kind.close)) {
+          closed = true;
+          break;
+        }
+        entries.push_back(trim_blanks(line));
+      }
+      // Without this check an unclosed section would never end.
+      if (!closed) {
+        sections.unclosedSections.push_back(kind.open);
+      }
+      break;
+    }
+  }
+  return sections;
+}
+
+// The part of a personality line that names the option it sets.
+static std::string option_key(const std::string& line) {
+  std::string key;
+  for (char c : line) {
+    if (c != ' ' && c != '"') {
+      key += c;
+    }
+  }
+  std::string::size_type open = key.find('(');
+  std::string::size_type close = key.find(')');
+  if (open != std::string::npos && close != std::string::npos) {
+    // When ")" comes before "(" the erase runs to the end of the key.
+    key.erase(open, close >= open ? close - open + 1 : std::string::npos);
+  }
+  return key.substr(0, key.find('='));
+}
+
+bool SameOption(const std::string& line, const std::string& templateLine) {
+  return option_key(line) == option_key(templateLine);
+}
+
+// Replaces each personality line by the first modify entry that sets the
+// same option and is not used yet. A used entry is emptied, so that it is
+// neither used again nor added at the end.
+static std::vector<std::string> apply_modify(
+    const std::vector<std::string>& personalityLines,
+    std::vector<std::string>& modifyLines, std::set<std::string>& review) {
+  std::vector<std::string> merged;
+  for (const std::string& line : personalityLines) {
+    std::string replacement;
+    for (std::string& entry : modifyLines) {
+      if (!entry.empty() && SameOption(line, entry)) {
+        replacement = entry;
+        entry.clear();
+        review.erase(line);
+        break;
+      }
+    }
+    merged.push_back(replacement.empty() ? line : replacement);
+  }
+  return merged;
+}
+
+// Removes the first line equal to each remove entry, then appends each add
+// entry that no line equals yet.
+static void apply_remove_and_add(const TemplateSections& sections,
+                                 std::vector<std::string>& merged,
+                                 std::set<std::string>& review) {
+  for (const std::string& entry : sections.RemoveLines) {
+    auto found = std::find(merged.begin(), merged.end(), entry);
+    if (found != merged.end()) {
+      review.erase(entry);
+      merged.erase(found);
+    }
+  }
+  for (const std::string& entry : sections.AddLines) {
+    if (std::find(merged.begin(), merged.end(), entry) == merged.end()) {
+      merged.push_back(entry);
+    }
+  }
+}
+
+// Merges the open template into the personality file at `path`.
+static void merge_into(TesselGen& tg, std::istream& templateFile,
+                       const std::string& path, std::set<std::string>& review) {
+  TemplateSections sections = ReadTemplateSections(templateFile);
+  for (const std::string& tag : sections.unclosedSections) {
+    *tg.out << "Template section " << tag << " is not closed in "
+            << tg.templatePath << "\n";
+  }
+
+  std::vector<std::string> personalityLines;
+  std::ifstream personality(path);
+  if (personality.is_open()) {
+    std::string line;
+    while (std::getline(personality, line)) {
+      personalityLines.push_back(line);
+    }
+  } else {
+    *tg.out << "Cannot re-open Personality File (read) - " << path << "\n";
+  }
+  personality.close();
+
+  std::vector<std::string> merged =
+      apply_modify(personalityLines, sections.ModifyLines, review);
+  for (const std::string& entry : sections.ModifyLines) {
+    if (!entry.empty()) {
+      sections.AddLines.push_back(entry);
+    }
+  }
+  apply_remove_and_add(sections, merged, review);
+
+  std::ofstream rewritten(path, std::ios::out | std::ios::trunc);
+  if (!rewritten.is_open()) {
+    *tg.out << "Cannot re-open Personality File (write) - " << path << "\n";
+    return;
+  }
+  for (const std::string& line : merged) {
+    rewritten << line << "\n";
+  }
+}
+
+void MergeTemplate(TesselGen& tg, const std::string& personalityPath) {
+  std::set<std::string> review(tg.ReviewLines.begin(), tg.ReviewLines.end());
+  if (!tg.templatePath.empty()) {
+    *tg.out << "Incorporating Template Personality\n";
+    std::ifstream templateFile(tg.templatePath);
+    if (templateFile.is_open()) {
+      merge_into(tg, templateFile, personalityPath, review);
+    } else {
+      *tg.out << "Cannot open template Personality File - " << tg.templatePath
+              << "\n";
+    }
+  }
+  if (!review.empty()) {
+    *tg.out << "The following keywords may need to be reviewed:\n";
+    for (const std::string& line : review) {
+      *tg.out << line << "\n";
+    }
+  }
+  tg.out->flush();
+}
