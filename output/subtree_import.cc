@@ -13,7 +13,8 @@ static void copy_file(const std::string& from, const struct stat& fromStatus,
   // destination parent, or one given with a trailing "/"), truncating the
   // destination would empty the user's file.
   struct stat toStatus;
-  if (stat(to.c_str(), &toStatus) == 0 && toStatus.st_dev == fromStatus.st_dev &&
+  if (stat(to.c_str(), &toStatus) == 0 &&
+      toStatus.st_dev == fromStatus.st_dev &&
       toStatus.st_ino == fromStatus.st_ino) {
     return;
   }
@@ -49,7 +50,8 @@ void CopySubPersonality(const std::string& source, const std::string& parent,
   // A destination created inside the source must not be walked as part of
   // it, or the copy would copy itself until the path grew too long.
   struct stat destinationStatus;
-  const bool haveDestination = stat(destination.c_str(), &destinationStatus) == 0;
+  const bool haveDestination =
+      stat(destination.c_str(), &destinationStatus) == 0;
   while (dirent* entry = readdir(dir)) {
     const std::string name = entry->d_name;
     if (name == "." || name == "..") {
