@@ -126,7 +126,8 @@ bool applyOptions(TesselGen& tg, int argc, const char* const* argv,
 }
 
 int run_command_line(int argc, const char* const* argv, Shell& shell,
-                     std::ostream& out, std::ostream& err, MicrosClock clock) {
+                     std::ostream& out, std::ostream& err, MicrosClock clock,
+                     const std::function<void(TesselGen&)>& prepare) {
   out << "Start personality generation using Tessel" << std::endl;
   if (argc <= 10) {
     if (argc == 2) {
@@ -162,5 +163,8 @@ int run_command_line(int argc, const char* const* argv, Shell& shell,
     return 2;
   }
   out << std::endl;
+  if (prepare) {
+    prepare(tg);
+  }
   return tg.run();
 }

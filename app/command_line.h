@@ -1,6 +1,7 @@
 #ifndef TESSEL_APP_COMMAND_LINE_H_
 #define TESSEL_APP_COMMAND_LINE_H_
 
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -29,9 +30,12 @@ void readIncludesFile(TesselGen& tg, const std::string& path);
 
 /// The whole program: start line, argument-count rules, the positional echo,
 /// the options and the run. Returns the process exit status. `shell` runs
-/// every command, `clock` stamps the run log.
+/// every command, `clock` stamps the run log; `prepare`, when given, may
+/// adjust the TesselGen object once the options are read (benchmarks hook
+/// into the stages there).
 int run_command_line(int argc, const char* const* argv, Shell& shell,
                      std::ostream& out, std::ostream& err,
-                     MicrosClock clock = system_clock_micros);
+                     MicrosClock clock = system_clock_micros,
+                     const std::function<void(TesselGen&)>& prepare = {});
 
 #endif  // TESSEL_APP_COMMAND_LINE_H_

@@ -78,23 +78,39 @@ int TesselGen::run() {
     return 1;
   }
 
+  auto stage = [this](const char* name) {
+    if (stageStarted) {
+      stageStarted(name);
+    }
+  };
+  stage("object extension");
   if (!discoverObjectExtension(*this, S_OBJEXT, objExt)) {
     return 1;
   }
   if (!isCross) {
+    stage("host check");
     checkHostExecution(*this);
   }
+  stage("keyword lists");
   SetupBasicTypes(*this);
   LoadKeywordConfiguration(*this);
   if (!subPersonalityPath.empty()) {
+    stage("sub-personality");
     CopySubPersonality(subPersonalityPath, paths.directory, personality);
   }
+  stage("header scan");
   ScanAllDirectories(*this);
+  stage("include directories");
   FindIncludeDirs(*this, personality, paths.personalityTest);
+  stage("macros");
   FindPredefinedMacros(*this, personality);
+  stage("extension keywords");
   ScanExtensionKeywords(*this);
+  stage("types");
   RunTypeTests(*this, personality);
+  stage("context keywords");
   ScanContextKeywords(*this, personality, false);
+  stage("output");
 
   if (!forceIncludePath.empty()) {
     WriteForceInclude(*this, paths.forceInclude, forceIncludePath,
@@ -108,5 +124,6 @@ int TesselGen::run() {
 
   *out << "Completed OK" << std::endl;
   log.info("Completed OK");
+  stage("end");
   return 0;
 }

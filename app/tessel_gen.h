@@ -2,6 +2,7 @@
 #define TESSEL_APP_TESSEL_GEN_H_
 
 #include <cstdint>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -80,6 +81,10 @@ class TesselGen : public RunSettings {
   std::ostream* err = &std::cerr;
   /// Runs every command of the run (compile script, programs, clean-up).
   Shell* shell;
+  /// Called by the driver with a stage's name just before the stage runs,
+  /// and with "end" when the last one has finished; benchmarks use it to
+  /// time stages. Empty in a normal run.
+  std::function<void(const std::string&)> stageStarted;
 
   // ---- type probing ------------------------------------------------------
   /// The scalar type table, filled by the basic type table set-up.

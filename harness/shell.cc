@@ -1,5 +1,6 @@
 #include "harness/shell.h"
 
+#include <chrono>
 #include <cstdlib>
 
 int SystemShell::Run(const std::string& command) {
@@ -11,5 +12,10 @@ int CountingShell::Run(const std::string& command) {
   if (command.rfind("./compile.sh", 0) == 0) {
     ++compiles;
   }
-  return inner_.Run(command);
+  auto start = std::chrono::steady_clock::now();
+  int status = inner_.Run(command);
+  seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() -
+                                           start)
+                 .count();
+  return status;
 }

@@ -30,6 +30,8 @@ struct CountingShell : Shell {
   long commands = 0;
   /// Number of runs of the compile script.
   long compiles = 0;
+  /// Wall-clock seconds spent inside the commands.
+  double seconds = 0;
 
  private:
   Shell& inner_;
