@@ -59,8 +59,7 @@ static bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-std::string normalise_output(const std::string& text,
-                             const std::string& name) {
+std::string normalise_output(const std::string& text, const std::string& name) {
   std::string result = text;
   if (!name.empty()) {
     std::string::size_type at = result.find(name);
@@ -146,8 +145,8 @@ static void append_lines(const std::string& path,
 bool IsHeaderFromDir(TesselGen& tg, const std::string& dir,
                      const std::string& header) {
   const std::vector<std::string> components = SplitPath(dir);
-  compile_include_test(tg, std::string(kUnfinishedDeclaration) + "\n" +
-                               include_line(header));
+  compile_include_test(
+      tg, std::string(kUnfinishedDeclaration) + "\n" + include_line(header));
   std::vector<std::string> lines;
   append_lines(kStdoutLog, lines);
   append_lines(kStderrLog, lines);
@@ -168,8 +167,8 @@ bool IsHeaderFromDir(TesselGen& tg, const std::string& dir,
 
 int WhichDirFirst(TesselGen& tg, const std::string& dirA,
                   const std::string& dirB, const std::string& header) {
-  compile_include_test(tg, std::string(kUnfinishedDeclaration) + "\n" +
-                               include_line(header));
+  compile_include_test(
+      tg, std::string(kUnfinishedDeclaration) + "\n" + include_line(header));
   const std::string text = normalise_paths(readCompilerOutput());
   remove_capture_files();
   const std::string pathA = dirA + "/" + header;
@@ -280,10 +279,10 @@ static void stage_three(TesselGen& tg) {
       for (const std::string& header : common) {
         const int first = WhichDirFirst(tg, found[a], found[b], header);
         if (first == 2) {
-          auto posA = std::find(OrderedDirs.begin(), OrderedDirs.end(),
-                                found[a]);
-          auto posB = std::find(OrderedDirs.begin(), OrderedDirs.end(),
-                                found[b]);
+          auto posA =
+              std::find(OrderedDirs.begin(), OrderedDirs.end(), found[a]);
+          auto posB =
+              std::find(OrderedDirs.begin(), OrderedDirs.end(), found[b]);
           std::iter_swap(posA, posB);
           break;
         }
@@ -326,7 +325,8 @@ static void report(TesselGen& tg, std::ostream& personality) {
     *tg.out << "*** The order of these header directories may need to be "
                "reviewed ***"
             << std::endl;
-    tg.log.warn("The order of these header directories may need to be reviewed");
+    tg.log.warn(
+        "The order of these header directories may need to be reviewed");
   }
   const char* option = tg.isC ? "-i " : "-si ";
   for (const std::string& dir : dirs) {

@@ -164,15 +164,16 @@ TEST(IncludeDirsStage, SingleDirectoryIsAcceptedWithoutOrderWarning) {
       "-i \"/opt/one/include\"\n"
       "-q \"/opt/one/include\"\n",
       personality.str());
-  EXPECT_EQ((Strings{
-                "[+        0ms][INFO] Scanning for compiler include directories ",
-                "[+        0ms][INFO] \tStage 1: /opt/one/include",
-                "[+        0ms][INFO] \tStage 2",
-                "[+        0ms][INFO] \tStage 3",
-                "[+        0ms][INFO] Include paths detected:",
-                "[+        0ms][INFO] \t/opt/one/include",
-            }),
-            StageLog(tg));
+  EXPECT_EQ(
+      (Strings{
+          "[+        0ms][INFO] Scanning for compiler include directories ",
+          "[+        0ms][INFO] \tStage 1: /opt/one/include",
+          "[+        0ms][INFO] \tStage 2",
+          "[+        0ms][INFO] \tStage 3",
+          "[+        0ms][INFO] Include paths detected:",
+          "[+        0ms][INFO] \t/opt/one/include",
+      }),
+      StageLog(tg));
   EXPECT_EQ((Strings{FoundTest("ak12345"), FoundTest("a.h")}), Sources());
   EXPECT_EQ(2, run.shell.compiles);
   EXPECT_EQ((Strings{"/opt/one/include"}), tg.ImplicitIncludeDirs);
@@ -205,13 +206,14 @@ TEST(IncludeDirsStage, SingleDirectoryWithUnreachableHeaderIsNotListed) {
       "ensure that the compiler can locate its own standard header files.\n",
       run.console.str());
   EXPECT_EQ("", personality.str());
-  EXPECT_EQ((Strings{
-                "[+        0ms][INFO] Scanning for compiler include directories ",
-                "[+        0ms][INFO] \tStage 2",
-                "[+        0ms][INFO] \tStage 3",
-                "[+        0ms][INFO] Couldn't determine compiler include paths.",
-            }),
-            StageLog(tg));
+  EXPECT_EQ(
+      (Strings{
+          "[+        0ms][INFO] Scanning for compiler include directories ",
+          "[+        0ms][INFO] \tStage 2",
+          "[+        0ms][INFO] \tStage 3",
+          "[+        0ms][INFO] Couldn't determine compiler include paths.",
+      }),
+      StageLog(tg));
   EXPECT_TRUE(tg.ImplicitIncludeDirs.empty());
 }
 
@@ -270,15 +272,16 @@ TEST(IncludeDirsStage, IdenticalHeaderSetsAreSettledByTheErrorPath) {
       "-i \"/opt/two/inc\"\n"
       "-q \"/opt/two/inc\"\n",
       personality.str());
-  EXPECT_EQ((Strings{
-                "[+        0ms][INFO] Scanning for compiler include directories ",
-                "[+        0ms][INFO] \tStage 2",
-                "[+        0ms][INFO] \tStage 2: /opt/two/inc",
-                "[+        0ms][INFO] \tStage 3",
-                "[+        0ms][INFO] Include paths detected:",
-                "[+        0ms][INFO] \t/opt/two/inc",
-            }),
-            StageLog(tg));
+  EXPECT_EQ(
+      (Strings{
+          "[+        0ms][INFO] Scanning for compiler include directories ",
+          "[+        0ms][INFO] \tStage 2",
+          "[+        0ms][INFO] \tStage 2: /opt/two/inc",
+          "[+        0ms][INFO] \tStage 3",
+          "[+        0ms][INFO] Include paths detected:",
+          "[+        0ms][INFO] \t/opt/two/inc",
+      }),
+      StageLog(tg));
   EXPECT_EQ((Strings{FoundTest("ak12345"), FoundTest("x.h"), FoundTest("x.h"),
                      FoundTest("x.h"), FromTest("x.h"), FoundTest("x.h"),
                      FromTest("x.h")}),
@@ -337,8 +340,7 @@ TEST(IncludeDirsStage, StageTwoSkipsDirectoryWhoseHeadersStageOneFound) {
   FindIncludeDirs(tg, personality, "personality_test.c");
 
   // /opt/s reaches Stage 2, but s.h is already known from /opt/a: no test.
-  EXPECT_EQ((Strings{FoundTest("ak12345"), FoundTest("a.h"),
-                     FoundTest("s.h")}),
+  EXPECT_EQ((Strings{FoundTest("ak12345"), FoundTest("a.h"), FoundTest("s.h")}),
             Sources());
   EXPECT_EQ((Strings{"/opt/a"}), tg.ImplicitIncludeDirs);
   EXPECT_EQ(
@@ -374,9 +376,9 @@ TEST(IncludeDirsStage, UnreachableUniqueHeaderLeavesItsDirectoryOut) {
       "-q \"/usr/include\"\n",
       personality.str());
   // Only the first unique header of each directory is tried.
-  EXPECT_EQ((Strings{FoundTest("ak12345"), FoundTest("v.h"),
-                     FoundTest("stdio.h")}),
-            Sources());
+  EXPECT_EQ(
+      (Strings{FoundTest("ak12345"), FoundTest("v.h"), FoundTest("stdio.h")}),
+      Sources());
 }
 
 TEST(IncludeDirsStage, StageThreeKeepsOrderWhenSecondPathIsAbsent) {
@@ -452,8 +454,8 @@ TEST(IncludeDirsStage, ThreeDirectoriesAreExchangedPairByPair) {
                         {"/opt/b", {"ab.h", "b.h", "bc.h"}},
                         {"/opt/c", {"ac.h", "bc.h", "c.h"}}};
   // The compiler's true order is C, A, B.
-  tessel_test::WriteFakeRules(Rules(
-      {{"/opt/c", "/opt/a", "/opt/b"}, FilesOf(tg.HeaderInventory), {}}));
+  tessel_test::WriteFakeRules(
+      Rules({{"/opt/c", "/opt/a", "/opt/b"}, FilesOf(tg.HeaderInventory), {}}));
   std::ostringstream personality;
 
   FindIncludeDirs(tg, personality, "personality_test.c");
@@ -476,21 +478,22 @@ TEST(IncludeDirsStage, ThreeDirectoriesAreExchangedPairByPair) {
       "*** The order of these header directories may need to be reviewed "
       "***\n",
       run.console.str());
-  EXPECT_EQ((Strings{
-                "[+        0ms][INFO] Scanning for compiler include directories ",
-                "[+        0ms][INFO] \tStage 1: /opt/a",
-                "[+        0ms][INFO] \tStage 1: /opt/b",
-                "[+        0ms][INFO] \tStage 1: /opt/c",
-                "[+        0ms][INFO] \tStage 2",
-                "[+        0ms][INFO] \tStage 3",
-                "[+        0ms][INFO] Include paths detected:",
-                "[+        0ms][INFO] \t/opt/b",
-                "[+        0ms][INFO] \t/opt/c",
-                "[+        0ms][INFO] \t/opt/a",
-                "[+        0ms][WARN] The order of these header directories "
-                "may need to be reviewed",
-            }),
-            StageLog(tg));
+  EXPECT_EQ(
+      (Strings{
+          "[+        0ms][INFO] Scanning for compiler include directories ",
+          "[+        0ms][INFO] \tStage 1: /opt/a",
+          "[+        0ms][INFO] \tStage 1: /opt/b",
+          "[+        0ms][INFO] \tStage 1: /opt/c",
+          "[+        0ms][INFO] \tStage 2",
+          "[+        0ms][INFO] \tStage 3",
+          "[+        0ms][INFO] Include paths detected:",
+          "[+        0ms][INFO] \t/opt/b",
+          "[+        0ms][INFO] \t/opt/c",
+          "[+        0ms][INFO] \t/opt/a",
+          "[+        0ms][WARN] The order of these header directories "
+          "may need to be reviewed",
+      }),
+      StageLog(tg));
   EXPECT_EQ(
       "-i \"/opt/b\"\n"
       "-q \"/opt/b\"\n"
@@ -582,8 +585,7 @@ TEST(IncludeDirsIsHeaderFound, UsesTheKeptNotFoundText) {
   // as missing and a missing one as found.
   EXPECT_FALSE(IsHeaderFound(tg, "stdio.h"));
   EXPECT_TRUE(IsHeaderFound(tg, "nothere.h"));
-  EXPECT_EQ((Strings{FoundTest("stdio.h"), FoundTest("nothere.h")}),
-            Sources());
+  EXPECT_EQ((Strings{FoundTest("stdio.h"), FoundTest("nothere.h")}), Sources());
 }
 
 TEST(IncludeDirsIsHeaderFromDir, NeedsEveryComponentInTheFirstNamingLine) {

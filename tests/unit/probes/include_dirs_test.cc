@@ -25,20 +25,20 @@ TEST(IncludeDirsSplitPath, DoubledAndTrailingSlashesGiveEmptyComponents) {
 }
 
 TEST(IncludeDirsNormaliseOutput, DropsDigitsAndWhiteSpace) {
-  EXPECT_EQ("inctest.c:::fatalerror:ak:Nosuchfileordirectory",
-            normalise_output(
-                "inctest.c:1:10: fatal error: ak12345: No such file or "
-                "directory\n",
-                ""));
+  EXPECT_EQ(
+      "inctest.c:::fatalerror:ak:Nosuchfileordirectory",
+      normalise_output("inctest.c:1:10: fatal error: ak12345: No such file or "
+                       "directory\n",
+                       ""));
   EXPECT_EQ("ab", normalise_output("a\t\r\v\f 0123456789\nb", ""));
 }
 
 TEST(IncludeDirsNormaliseOutput, RemovesEveryOccurrenceOfTheName) {
-  EXPECT_EQ("inctest.c:::fatalerror::Nosuchfileordirectory",
-            normalise_output(
-                "inctest.c:1:10: fatal error: stdio.h: No such file or "
-                "directory\n",
-                "stdio.h"));
+  EXPECT_EQ(
+      "inctest.c:::fatalerror::Nosuchfileordirectory",
+      normalise_output("inctest.c:1:10: fatal error: stdio.h: No such file or "
+                       "directory\n",
+                       "stdio.h"));
   EXPECT_EQ("'':''", normalise_output("'x.h': 'x.h'", "x.h"));
 }
 
@@ -50,14 +50,13 @@ TEST(IncludeDirsNormaliseOutput, SearchesAgainWhereTheNameWasErased) {
 }
 
 TEST(IncludeDirsNormaliseOutput, MessagesForTwoMissingHeadersCompareEqual) {
-  EXPECT_EQ(normalise_output(
-                "inctest.c:1:10: fatal error: ak12345: No such file or "
-                "directory\ncompilation terminated.\n",
-                "ak12345"),
-            normalise_output(
-                "inctest.c:1:10: fatal error: sys/zz.h: No such file or "
-                "directory\ncompilation terminated.\n",
-                "sys/zz.h"));
+  EXPECT_EQ(
+      normalise_output("inctest.c:1:10: fatal error: ak12345: No such file or "
+                       "directory\ncompilation terminated.\n",
+                       "ak12345"),
+      normalise_output("inctest.c:1:10: fatal error: sys/zz.h: No such file or "
+                       "directory\ncompilation terminated.\n",
+                       "sys/zz.h"));
 }
 
 TEST(IncludeDirsNormaliseOutput, CaretUnderlineFollowsTheNameLength) {
@@ -74,8 +73,9 @@ TEST(IncludeDirsNormaliseOutput, CaretUnderlineFollowsTheNameLength) {
       "    1 | #include <zz.h>\n"
       "      |          ^~~~~~\n",
       "zz.h");
-  EXPECT_EQ("inctest.c:::fatalerror::Nosuchfileordirectory|#include<>|^~~~~~~~~",
-            missingProbe);
+  EXPECT_EQ(
+      "inctest.c:::fatalerror::Nosuchfileordirectory|#include<>|^~~~~~~~~",
+      missingProbe);
   EXPECT_EQ("inctest.c:::fatalerror::Nosuchfileordirectory|#include<>|^~~~~~",
             missingShort);
 }
