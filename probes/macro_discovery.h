@@ -1,12 +1,43 @@
 #ifndef TESSEL_PROBES_MACRO_DISCOVERY_H_
 #define TESSEL_PROBES_MACRO_DISCOVERY_H_
 
+#include <cstdint>
 #include <ostream>
+#include <string>
+#include <vector>
 
 class TesselGen;
 
-/// The macro stage: finds which candidates the compiler predefines, then
-/// their values, and writes the define lines to `personality`.
+/// Base name of every macro test file ("tmp_def_test"); the source is this
+/// plus ".c" or ".cpp", the test program this plus ".exe".
+extern const char kDefineTestBase[];
+
+/// The macro stage: finds which candidates the compiler predefines
+/// (`PredefinedMacros`), then their values (`FoundDefines`), and writes the
+/// define lines (the user's "-xd" entries first) to `personality`.
 void FindPredefinedMacros(TesselGen& tg, std::ostream& personality);
+
+/// The first half of the macro stage: tests the candidates in files of many
+/// "#ifdef" blocks, halving the files that report a hit until single names
+/// remain, and stores those names, byte-ordered, in `tg.PredefinedMacros`.
+/// Prints the stage's first console line and logs the batch size.
+void DiscoverPredefinedMacros(TesselGen& tg);
+
+/// The names worth testing: `tg.candidateKeywords` less the language's
+/// keywords and less the names of the user's "-xd" defines (the text before
+/// the first "=", or the whole entry), in byte order.
+std::vector<std::string> macro_candidates(const TesselGen& tg);
+
+/// The number of candidates per test file: 1024 with "-rfs", else 16384.
+int32_t macro_batch_size(const TesselGen& tg);
+
+/// The number of halvings from `batch` down to zero, computed from the
+/// logarithm as the progress total of the sweeps: 15 for 16384, 11 for 1024.
+uint32_t halving_count(int32_t batch);
+
+/// The three-line block that tests one candidate `name`: an "#ifdef" around
+/// an include of the header "ak12345", which never exists, so that only a
+/// defined name makes the compiler complain about that header.
+std::string PrintPossibleDefines(const std::string& name);
 
 #endif  // TESSEL_PROBES_MACRO_DISCOVERY_H_
