@@ -80,8 +80,7 @@ void DiscoverPredefinedMacros(TesselGen& tg) {
   // Each sweep re-tests only the names of chunks that showed a hit, in
   // chunks half as large, so the last sweep tests every survivor alone.
   while (batch > 0) {
-    if (!working.empty() &&
-        static_cast<std::size_t>(batch) <= working.size()) {
+    if (!working.empty() && static_cast<std::size_t>(batch) <= working.size()) {
       working = sweep(tg, working, batch);
     }
     batch /= 2;

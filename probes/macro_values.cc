@@ -86,10 +86,10 @@ bool RecordMacroValue(TesselGen& tg, const std::string& text,
 static void native_value(TesselGen& tg, const std::string& source,
                          const std::string& name) {
   const std::string program = kDefineTestBase + std::string(kExeExt);
-  writeWholeFile(source, std::string(kStringifyS) + "\n" + kStringifyM +
-                             "\n" + printfDeclaration(tg) + "\n" +
-                             kMainStart + " printf(\"%s\", M(" + name +
-                             ")); " + kReturnZero + kCloseBrace + "\n");
+  writeWholeFile(source, std::string(kStringifyS) + "\n" + kStringifyM + "\n" +
+                             printfDeclaration(tg) + "\n" + kMainStart +
+                             " printf(\"%s\", M(" + name + ")); " +
+                             kReturnZero + kCloseBrace + "\n");
   runCompileScript(tg, buildCommand(tg, source, true, ""));
   if (canOpen(program)) {
     std::remove(kStdoutLog);
@@ -142,8 +142,8 @@ static void object_value(TesselGen& tg, const std::string& source,
                          const std::string& name) {
   tg.log.info("Alternative define tests for: " + name);
   writeWholeFile(source, std::string(kStringifyS) + "\n" + kStringifyM +
-                             "\nchar s[] =  \"" + kOpenMarker + "\" M(" +
-                             name + ") \"" + kCloseMarker + "\";\n");
+                             "\nchar s[] =  \"" + kOpenMarker + "\" M(" + name +
+                             ") \"" + kCloseMarker + "\";\n");
   runCompileScript(tg, buildCommand(tg, source, false, ""));
   if (!S_OBJ_IS_BINARY) {
     return;
@@ -165,8 +165,8 @@ static void object_value(TesselGen& tg, const std::string& source,
 static void cross_value(TesselGen& tg, const std::string& source,
                         const std::string& name) {
   writeWholeFile(source, std::string(kStringifyS) + "\n" + kStringifyM +
-                             "\n#include M(" + kOpenMarker + " " + name +
-                             " " + kCloseMarker + ")\n");
+                             "\n#include M(" + kOpenMarker + " " + name + " " +
+                             kCloseMarker + ")\n");
   runCompileScript(tg, buildCommand(tg, source, false, ""));
   if (!scan_marker_pairs(tg, readCompilerOutput(), name)) {
     object_value(tg, source, name);

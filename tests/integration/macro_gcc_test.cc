@@ -103,8 +103,8 @@ std::string expand(const std::string& value,
   bool inString = false;
   auto flush = [&]() {
     auto found = macros.find(word);
-    if (!word.empty() && found != macros.end() &&
-        !found->second.functionLike && active.count(word) == 0) {
+    if (!word.empty() && found != macros.end() && !found->second.functionLike &&
+        active.count(word) == 0) {
       std::set<std::string> inner = active;
       inner.insert(word);
       result += expand(found->second.value, macros, inner);
@@ -114,7 +114,8 @@ std::string expand(const std::string& value,
     word.clear();
   };
   for (char c : value) {
-    if (!inString && (std::isalnum(static_cast<unsigned char>(c)) || c == '_')) {
+    if (!inString &&
+        (std::isalnum(static_cast<unsigned char>(c)) || c == '_')) {
       word += c;
       continue;
     }
@@ -140,14 +141,17 @@ std::string expected_define(const std::string& name, std::string value) {
 }
 
 const char* const kCKeywords[] = {
-    "auto",     "break",    "case",     "char",       "const",    "continue",
-    "default",  "do",       "double",   "else",       "enum",     "extern",
-    "float",    "for",      "goto",     "if",         "inline",   "int",
-    "long",     "register", "restrict", "return",     "short",    "signed",
-    "sizeof",   "static",   "struct",   "switch",     "typedef",  "union",
-    "unsigned", "void",     "volatile", "while",      "_Alignas", "_Alignof",
-    "_Atomic",  "_Bool",    "_Complex", "_Generic",   "_Imaginary",
-    "_Noreturn", "_Static_assert", "_Thread_local"};
+    "auto",       "break",     "case",           "char",
+    "const",      "continue",  "default",        "do",
+    "double",     "else",      "enum",           "extern",
+    "float",      "for",       "goto",           "if",
+    "inline",     "int",       "long",           "register",
+    "restrict",   "return",    "short",          "signed",
+    "sizeof",     "static",    "struct",         "switch",
+    "typedef",    "union",     "unsigned",       "void",
+    "volatile",   "while",     "_Alignas",       "_Alignof",
+    "_Atomic",    "_Bool",     "_Complex",       "_Generic",
+    "_Imaginary", "_Noreturn", "_Static_assert", "_Thread_local"};
 
 // What one run of the stage found, and what it cost.
 struct StageRun {
@@ -249,8 +253,7 @@ TEST(MacroGcc, NativeAndCrossFindEveryDumpedMacroWithItsValue) {
   for (const auto& [name, macro] : dumped) {
     candidates.insert(name);
   }
-  const std::string gccInclude =
-      RunProcess("gcc -print-file-name=include").out;
+  const std::string gccInclude = RunProcess("gcc -print-file-name=include").out;
   const std::string dir = gccInclude.substr(0, gccInclude.find('\n'));
   for (const char* header :
        {"/stddef.h", "/stdarg.h", "/float.h", "/stdint-gcc.h", "/limits.h"}) {
@@ -272,8 +275,7 @@ TEST(MacroGcc, NativeAndCrossFindEveryDumpedMacroWithItsValue) {
   const StageRun cross = run_stage(true, candidates);
   print_figures("cross", cross);
 
-  const std::set<std::string> found(native.macros.begin(),
-                                    native.macros.end());
+  const std::set<std::string> found(native.macros.begin(), native.macros.end());
   for (const auto& [name, macro] : dumped) {
     EXPECT_EQ(1u, found.count(name)) << name << " not found";
     if (macro.functionLike) {

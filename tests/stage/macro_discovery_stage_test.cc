@@ -44,9 +44,9 @@ TEST(MacroDiscoveryStage, NoCandidatesSkipsEverySweep) {
   FakeRun run(true, false);
   tessel_test::WriteFile("tmp_def_test.c", "stale");
   DiscoverPredefinedMacros(*run.tg);
-  EXPECT_EQ(std::string("\nScanning for compiler defines(0)...\n\n") +
-                kFifteenSteps,
-            run.console.str());
+  EXPECT_EQ(
+      std::string("\nScanning for compiler defines(0)...\n\n") + kFifteenSteps,
+      run.console.str());
   EXPECT_TRUE(run.tg->PredefinedMacros.empty());
   EXPECT_EQ(0, run.shell.compiles);
   EXPECT_FALSE(tessel_test::Exists("tmp_def_test.c"));
@@ -68,10 +68,12 @@ TEST(MacroDiscoveryStage, HundredCandidatesFirstCompileChunksOf64And36) {
   // 64 and 36; both hits lie in the first 64: 2 chunks of 32, 4 of 16, of 8,
   // of 4, of 2 and of 1.
   EXPECT_EQ(2 + 2 + 4 + 4 + 4 + 4 + 4, run.shell.compiles);
-  EXPECT_EQ(IfdefBlocks(slice(names, 0, 64)), ReadFile("seen_1_tmp_def_test.c"));
+  EXPECT_EQ(IfdefBlocks(slice(names, 0, 64)),
+            ReadFile("seen_1_tmp_def_test.c"));
   EXPECT_EQ(IfdefBlocks(slice(names, 64, 100)),
             ReadFile("seen_2_tmp_def_test.c"));
-  EXPECT_EQ(IfdefBlocks(slice(names, 0, 32)), ReadFile("seen_3_tmp_def_test.c"));
+  EXPECT_EQ(IfdefBlocks(slice(names, 0, 32)),
+            ReadFile("seen_3_tmp_def_test.c"));
   // The last sweep tests the four survivors of the chunks of 2 alone.
   EXPECT_EQ(IfdefBlocks({"n006"}), ReadFile("seen_21_tmp_def_test.c"));
   EXPECT_EQ(IfdefBlocks({"n007"}), ReadFile("seen_22_tmp_def_test.c"));
@@ -113,11 +115,12 @@ TEST(MacroDiscoveryStage, UserDefinesAndKeywordsAreNeverCandidates) {
   EXPECT_TRUE(run.tg->PredefinedMacros.empty());
   EXPECT_EQ(1, run.shell.compiles);
   EXPECT_EQ(IfdefBlocks({"alpha", "beta"}), ReadFile("seen_1_tmp_def_test.c"));
-  EXPECT_EQ(Names({"-c -DUSERDEF=1 -DUSERFLAG tmp_def_test.c -otmp_def_test.o"}),
-            tessel_test::FakeInvocations());
-  EXPECT_EQ(std::string("\nScanning for compiler defines(5)...\n\n") +
-                kFifteenSteps,
-            run.console.str());
+  EXPECT_EQ(
+      Names({"-c -DUSERDEF=1 -DUSERFLAG tmp_def_test.c -otmp_def_test.o"}),
+      tessel_test::FakeInvocations());
+  EXPECT_EQ(
+      std::string("\nScanning for compiler defines(5)...\n\n") + kFifteenSteps,
+      run.console.str());
 }
 
 TEST(MacroDiscoveryStage, MacrosComeOutInByteOrder) {
@@ -127,8 +130,7 @@ TEST(MacroDiscoveryStage, MacrosComeOutInByteOrder) {
   tessel_test::WriteFakeRules(PredefiningCompilerRules(
       {{"zeta", "1"}, {"_under", "1"}, {"Alpha", "1"}, {"ZZ", "1"}}));
   DiscoverPredefinedMacros(*run.tg);
-  EXPECT_EQ(Names({"Alpha", "ZZ", "_under", "zeta"}),
-            run.tg->PredefinedMacros);
+  EXPECT_EQ(Names({"Alpha", "ZZ", "_under", "zeta"}), run.tg->PredefinedMacros);
 }
 
 TEST(MacroDiscoveryStage, ReducedFileSizeTestsChunksOf1024) {

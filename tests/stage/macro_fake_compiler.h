@@ -65,8 +65,8 @@ inline std::vector<std::string> StageLogLines(const TesselGen& tg) {
   std::vector<std::string> stage;
   bool started = false;
   for (const std::string& line : lines) {
-    started = started || line.find("[8] Compiler Order String=") !=
-                             std::string::npos;
+    started =
+        started || line.find("[8] Compiler Order String=") != std::string::npos;
     if (started) {
       stage.push_back(line);
     }

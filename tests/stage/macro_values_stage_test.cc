@@ -52,8 +52,8 @@ static const Names kValueLog = {
 // Five macros of every kind of value, a candidate that is no macro, and
 // two defines of the user's own.
 static void set_up_candidates(TesselGen& tg) {
-  tg.candidateKeywords = {"EMPTY", "NAME", "SUM", "VERSION", "__func__",
-                          "plain"};
+  tg.candidateKeywords = {"EMPTY",   "NAME",     "SUM",
+                          "VERSION", "__func__", "plain"};
   tg.implicitDefines = {"ZED=1", "ALPHA"};
 }
 
@@ -61,11 +61,12 @@ TEST(MacroValuesStage, NativeValuesFollowTheUserDefines) {
   ScratchDir scratch;
   FakeRun run(true, false);
   set_up_candidates(*run.tg);
-  tessel_test::WriteFakeRules(PredefiningCompilerRules({{"EMPTY", ""},
-                                                        {"SUM", "1 + 2"},
-                                                        {"VERSION", "\"4.7\""},
-                                                        {"NAME", "\"x\""},
-                                                        {"__func__", "\"main\""}}));
+  tessel_test::WriteFakeRules(
+      PredefiningCompilerRules({{"EMPTY", ""},
+                                {"SUM", "1 + 2"},
+                                {"VERSION", "\"4.7\""},
+                                {"NAME", "\"x\""},
+                                {"__func__", "\"main\""}}));
   std::ostringstream personality;
   FindPredefinedMacros(*run.tg, personality);
   EXPECT_EQ(kDefineLines, personality.str());
@@ -171,9 +172,9 @@ TEST(MacroValuesStage, ObjectFileFallbackReadsTheStringLiteral) {
       "if has 'M(NUM)'; then object_bytes '\\x7fELF\\x00yyy42zzz\\x00'; fi\n"
       "if has 'M(STR)'; then object_text 'junk yyy\"4.7\"zzz yyy9zzz'; fi\n");
   CalculateMacroValues(*run.tg);
-  EXPECT_EQ(Defines({"NUM=42", "STR=_KIV_STRINGIFY(4.7)",
-                     "_KIV_STRINGIFY(x)=#x"}),
-            run.tg->FoundDefines);
+  EXPECT_EQ(
+      Defines({"NUM=42", "STR=_KIV_STRINGIFY(4.7)", "_KIV_STRINGIFY(x)=#x"}),
+      run.tg->FoundDefines);
   EXPECT_EQ(Defines({"other"}), run.tg->candidateKeywords);
   EXPECT_EQ(4, run.shell.compiles);
   EXPECT_EQ(

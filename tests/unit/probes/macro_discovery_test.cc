@@ -20,8 +20,8 @@ TEST(MacroDiscovery, PossibleDefineBlockIncludesTheMissingHeader) {
 TEST(MacroDiscovery, CandidatesLeaveOutKeywordsAndUserDefines) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  run.tg->candidateKeywords = {"int",   "USER",  "USERVAL", "a=b",
-                               "Zeta",  "_x",    "alpha",   "USERVAL2"};
+  run.tg->candidateKeywords = {"int",  "USER", "USERVAL", "a=b",
+                               "Zeta", "_x",   "alpha",   "USERVAL2"};
   run.tg->languageKeywords = {"int", "while"};
   run.tg->implicitDefines = {"USER", "USERVAL=1", "a=b=c"};
   EXPECT_EQ(Names({"USERVAL2", "Zeta", "_x", "a=b", "alpha"}),

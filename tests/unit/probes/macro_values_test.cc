@@ -66,9 +66,9 @@ TEST(MacroValues, OddQuoteCountCutsBeforeTheLastQuote) {
   FakeRun run(true, false);
   EXPECT_TRUE(RecordMacroValue(*run.tg, "abc\"def", "CUT"));
   EXPECT_TRUE(RecordMacroValue(*run.tg, "\"4.7\"x\"y", "TAIL"));
-  EXPECT_EQ(Defines({"CUT=abc", "TAIL=_KIV_STRINGIFY(4.7)x",
-                     "_KIV_STRINGIFY(x)=#x"}),
-            run.tg->FoundDefines);
+  EXPECT_EQ(
+      Defines({"CUT=abc", "TAIL=_KIV_STRINGIFY(4.7)x", "_KIV_STRINGIFY(x)=#x"}),
+      run.tg->FoundDefines);
 }
 
 TEST(MacroValues, OddQuoteCountCanLeaveTheName) {
@@ -90,9 +90,9 @@ TEST(MacroValues, EscapedQuotesBecomeAStringifyCall) {
   ScratchDir scratch;
   FakeRun run(true, false);
   EXPECT_TRUE(RecordMacroValue(*run.tg, " \\\"12.2.0\\\" ", "__VERSION__"));
-  EXPECT_EQ(Defines({"_KIV_STRINGIFY(x)=#x",
-                     "__VERSION__=_KIV_STRINGIFY(12.2.0)"}),
-            run.tg->FoundDefines);
+  EXPECT_EQ(
+      Defines({"_KIV_STRINGIFY(x)=#x", "__VERSION__=_KIV_STRINGIFY(12.2.0)"}),
+      run.tg->FoundDefines);
 }
 
 TEST(MacroValues, EscapedQuotesInsideAStringNestTwoCalls) {
@@ -108,8 +108,9 @@ TEST(MacroValues, StringWithABlankIsQuotedWhole) {
   ScratchDir scratch;
   FakeRun run(true, false);
   EXPECT_TRUE(RecordMacroValue(*run.tg, "\"gcc 12\"", "NAME"));
-  EXPECT_EQ(Defines({"\"NAME=_KIV_STRINGIFY(gcc 12)\"", "_KIV_STRINGIFY(x)=#x"}),
-            run.tg->FoundDefines);
+  EXPECT_EQ(
+      Defines({"\"NAME=_KIV_STRINGIFY(gcc 12)\"", "_KIV_STRINGIFY(x)=#x"}),
+      run.tg->FoundDefines);
 }
 
 TEST(MacroValues, FuncWithoutItsNameIsRecordedAsFunc) {
