@@ -215,7 +215,11 @@ bool runTestFile(TesselGen& tg, const std::string& path,
     if (result.find("-bits") == std::string::npos) {
       result.clear();
     }
+    // The command built the program beside the source, while the program
+    // that is run is the one named after the test in the current directory;
+    // both are removed so that no program outlives its test.
     std::remove(program.c_str());
+    std::remove((path.substr(0, path.rfind('.')) + kExeExt).c_str());
     passed = true;
   }
   if (message != nullptr) {

@@ -70,11 +70,16 @@ bool compileTypeTest(TesselGen& tg, const std::string& text, uint32_t* size,
 uint32_t objectSize(const std::string& path);
 
 /// Compiles (and, natively, runs when the file asks for it) one test source
-/// from a test directory, with `extraDefine` on the command line. The first
-/// three lines of the file may carry "Error:" (failure message), "Success:"
-/// (success message) and "Execute" (the test is a program to run). Returns
-/// the verdict; `*message` gets the matching message, or the program's
-/// output for an executed test.
+/// from a test directory at `path`, with `extraDefine` on the command line.
+/// The first three lines of the file may carry "Error:" (failure message),
+/// "Success:" (success message) and "Execute" (the test is a program to
+/// run); each message is the text after the line's first ":". A compiled
+/// test passes when its object appears in the current directory under the
+/// test's name or beside the source; both are then deleted. An executed test
+/// runs "./" + test name + ".exe" and always passes; `*message` is then the
+/// program's output when it contains "-bits", else empty. In cross mode an
+/// "Execute" test is only compiled and fails with an empty message. `message`
+/// may be null.
 bool runTestFile(TesselGen& tg, const std::string& path,
                  const std::string& extraDefine, std::string* message);
 
