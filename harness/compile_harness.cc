@@ -64,8 +64,7 @@ std::string buildCommand(const TesselGen& tg, const std::string& source,
   }
   bool bracketed = tg.defFlag == "DF" || tg.defFlag == "DF ";
   auto define = [&](const std::string& text) {
-    return bracketed ? tg.defFlag + "(" + text + ") "
-                     : tg.defFlag + text + " ";
+    return bracketed ? tg.defFlag + "(" + text + ") " : tg.defFlag + text + " ";
   };
   std::string defines;
   for (const std::string& sw : tg.implicitSwitches) {
@@ -95,8 +94,8 @@ void runCompileScript(TesselGen& tg, const std::string& command) {
               "fi\n";
   }
   chmod(kCompileScript, 0777);
-  tg.shell->Run(std::string("./") + kCompileScript + " >" + kStdoutLog +
-                " 2>" + kStderrLog);
+  tg.shell->Run(std::string("./") + kCompileScript + " >" + kStdoutLog + " 2>" +
+                kStderrLog);
 }
 
 std::string readWholeFile(const std::string& path) {
@@ -136,8 +135,7 @@ uint32_t objectSize(const std::string& path) {
 }
 
 bool compileTest(TesselGen& tg, const std::string& text,
-                 const std::string& base, uint32_t* size,
-                 std::string* output) {
+                 const std::string& base, uint32_t* size, std::string* output) {
   std::string object = base + S_OBJEXT;
   std::string source = base + sourceExtension(tg);
   writeWholeFile(source, text);
@@ -171,8 +169,8 @@ bool runTestFile(TesselGen& tg, const std::string& path,
   {
     std::ifstream in(path);
     std::string line;
-    if (in && std::getline(in, line) && line.find("Error:") !=
-                                            std::string::npos) {
+    if (in && std::getline(in, line) &&
+        line.find("Error:") != std::string::npos) {
       failure = after_colon(line);
     }
     if (in && std::getline(in, line) &&

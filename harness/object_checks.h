@@ -5,18 +5,23 @@
 
 class TesselGen;
 
-/// Compiles a one-line source and finds, in directory order, the extension
-/// of the object file that appeared (the first with `userExt` when that is
-/// not empty). Stores it in `objExt` (S_OBJEXT in a run) and decides
-/// S_OBJ_IS_BINARY; ".asm" objects count as ".rel". Returns false, after
-/// printing the two failure lines, when no object was found: the run must
-/// then end with status 1.
+/// Compiles "tmp_obj_test" (one line, "char c;") with the define "XXX" and
+/// walks the current directory in the order it lists its entries: the first
+/// entry other than the source whose extension equals `userExt` is the
+/// object, or, when `userExt` is empty, simply the first entry with a "."
+/// in its name ("." and ".." included). Stores the extension in `objExt`
+/// (S_OBJEXT in a run), logs it with `userExt`, and decides
+/// S_OBJ_IS_BINARY: ".asm" counts as ".rel", and a ".rel" object that reads
+/// as text makes it 0. Returns false, after printing the two failure lines,
+/// when nothing was found: the run must then end with status 1.
 [[nodiscard]] bool discoverObjectExtension(TesselGen& tg, std::string& objExt,
                                            const std::string& userExt);
 
-/// Builds and runs a "hello world" program. When it cannot be built or does
-/// not print exactly "hello world", prints why and switches the run to
-/// cross-compiler mode.
+/// Builds and runs a "hello world" program. Prints "Native compilation OK."
+/// when its output (standard output then standard error) is exactly
+/// "hello world"; when it cannot be built or prints anything else, prints
+/// why and switches the run to cross-compiler mode. The build's own
+/// messages are discarded before the program runs. Nothing is logged.
 void checkHostExecution(TesselGen& tg);
 
 /// True when the file at `path` is to be read as text: its extension (from

@@ -30,8 +30,8 @@ bool Installed(const std::string& compiler) {
          0;
 }
 
-#define REQUIRE_COMPILER(name)                          \
-  if (!Installed(name)) {                               \
+#define REQUIRE_COMPILER(name)                         \
+  if (!Installed(name)) {                              \
     GTEST_SKIP() << "skipped: " name " not installed"; \
   }
 
@@ -140,9 +140,10 @@ TEST(HarnessGcc, HostCheckPassesNatively) {
   checkHostExecution(run->tg);
   EXPECT_EQ("Native compilation OK.\n", run->console.str());
   EXPECT_FALSE(run->tg.isCross);
-  EXPECT_EQ("gcc  -fno-diagnostics-show-caret tmp_exe_test.c -o "
-            "tmp_exe_test.exe",
-            LastCommand());
+  EXPECT_EQ(
+      "gcc  -fno-diagnostics-show-caret tmp_exe_test.c -o "
+      "tmp_exe_test.exe",
+      LastCommand());
 }
 
 TEST(HarnessGcc, HostCheckPassesNativelyForCppDespiteCompilerWarnings) {

@@ -141,8 +141,7 @@ TEST(CompileHarnessStage, DirectoryTestPassesWithObjectInTheCurrentDirectory) {
   std::string message;
   EXPECT_TRUE(runTestFile(*run.tg, "../c_tests/t1.c", "", &message));
   EXPECT_EQ("-ex fits here", message);
-  EXPECT_EQ(std::vector<std::string>{"-c ../c_tests/t1.c"},
-            FakeInvocations());
+  EXPECT_EQ(std::vector<std::string>{"-c ../c_tests/t1.c"}, FakeInvocations());
   EXPECT_FALSE(Exists("t1.o"));
 }
 
@@ -290,8 +289,8 @@ TEST(CompileHarnessStage, RemoveMatchingDeletesEveryFileWithThePrefix) {
 TEST(CompileHarnessBinary, OrderStringWithoutPlaceholderEndsTheRunUnfinished) {
   ScratchDir scratch;
   tessel_test::ProcessResult result = tessel_test::RunProcess(
-      tessel_test::ShellQuote(tessel_test::kTesselBinary) +
-      " vellc cmp " + tessel_test::ShellQuote(tessel_test::kFakeCc) +
+      tessel_test::ShellQuote(tessel_test::kTesselBinary) + " vellc cmp " +
+      tessel_test::ShellQuote(tessel_test::kFakeCc) +
       " -o -c -D .o '%c %j %d%s %o' -op out.p_c");
   EXPECT_NE(0, result.exitCode);
   EXPECT_NE(std::string::npos, result.err.find("out_of_range"));

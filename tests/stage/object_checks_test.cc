@@ -112,8 +112,9 @@ TEST(ObjectExtension, GivenExtensionIsFoundAndLogged) {
   EXPECT_EQ(1, S_OBJ_IS_BINARY);
   EXPECT_EQ("", run->console.str());
   EXPECT_EQ("char c;\n", ReadFile("tmp_obj_test.c"));
-  EXPECT_EQ(std::vector<std::string>{"-c -DXXX tmp_obj_test.c -otmp_obj_test.o"},
-            FakeInvocations());
+  EXPECT_EQ(
+      std::vector<std::string>{"-c -DXXX tmp_obj_test.c -otmp_obj_test.o"},
+      FakeInvocations());
   EXPECT_TRUE(LogHasPair(*run->tg, "[INFO] Discovered obj file extension: .o",
                          "[INFO] User provided: .o"));
 }
@@ -124,9 +125,9 @@ TEST(ObjectExtension, CppProductCompilesACppSource) {
   EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ".obj"));
   EXPECT_EQ(".obj", S_OBJEXT);
   EXPECT_EQ("char c;\n", ReadFile("tmp_obj_test.cpp"));
-  EXPECT_EQ(std::vector<std::string>{
-                "-c -DXXX tmp_obj_test.cpp -otmp_obj_test.obj"},
-            FakeInvocations());
+  EXPECT_EQ(
+      std::vector<std::string>{"-c -DXXX tmp_obj_test.cpp -otmp_obj_test.obj"},
+      FakeInvocations());
 }
 
 TEST(ObjectExtension, GivenExtensionIsFoundAmongOtherOutputs) {
@@ -210,7 +211,8 @@ TEST(ObjectExtension, TestSourceItselfIsNeverTaken) {
 TEST(ObjectExtension, AsmObjectBecomesRel) {
   ScratchDir scratch;
   auto run = Discovery(".asm");
-  WriteFakeRules("object_text $'\\t.module tmp_obj_test\\n_c::\\n\\t.ds 1\\n'\n");
+  WriteFakeRules(
+      "object_text $'\\t.module tmp_obj_test\\n_c::\\n\\t.ds 1\\n'\n");
   EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ".asm"));
   EXPECT_EQ(".rel", S_OBJEXT);
   EXPECT_EQ(0, S_OBJ_IS_BINARY);
@@ -258,16 +260,16 @@ TEST(ObjectExtension, TextObjectOfOtherExtensionCountsAsBinary) {
 TEST(ObjectExtensionBinary, NoObjectEndsTheRunWithStatusOne) {
   ScratchDir scratch;
   WriteFakeRules("no_output\n");
-  tessel_test::ProcessResult result = tessel_test::RunProcess(
-      ShellQuote(tessel_test::kTesselBinary) + " vellc cmp " +
-      ShellQuote(tessel_test::kFakeCc) +
-      " -o -c -D .o '%c %j %d%s %o%e' -op out.p_c");
+  tessel_test::ProcessResult result =
+      tessel_test::RunProcess(ShellQuote(tessel_test::kTesselBinary) +
+                              " vellc cmp " + ShellQuote(tessel_test::kFakeCc) +
+                              " -o -c -D .o '%c %j %d%s %o%e' -op out.p_c");
   EXPECT_EQ(1, result.exitCode);
   std::vector<std::string> lines = Lines(result.out);
   ASSERT_GE(lines.size(), 3u);
   EXPECT_EQ("", lines[lines.size() - 3]);
-  EXPECT_EQ(kNoExtension, lines[lines.size() - 2] + "\n" +
-                              lines[lines.size() - 1] + "\n");
+  EXPECT_EQ(kNoExtension,
+            lines[lines.size() - 2] + "\n" + lines[lines.size() - 1] + "\n");
   EXPECT_EQ("", result.err);
   EXPECT_TRUE(Exists("out.p_c"));
   EXPECT_EQ("", ReadFile("out.p_c"));
@@ -321,7 +323,8 @@ TEST(HostCheck, RunsCleanUpBuildAndProgramInThisOrder) {
 TEST(HostCheck, ProgramThatIsNotBuiltSwitchesToCrossMode) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  WriteFakeRules("[ \"$FAKE_MODE\" = program ] && fail 'ld: cannot find -lc'\n");
+  WriteFakeRules(
+      "[ \"$FAKE_MODE\" = program ] && fail 'ld: cannot find -lc'\n");
   checkHostExecution(*run.tg);
   EXPECT_EQ(kNotBuilt, run.console.str());
   EXPECT_TRUE(run.tg->isCross);
@@ -368,8 +371,9 @@ TEST(HostCheck, ProgramPrintingSomethingElseFails) {
   EXPECT_TRUE(run.tg->isCross);
 }
 
-TEST(HostCheck,
-     CompilerWarningDuringBuildDoesNotFailTheCheckBecauseTheBuildOutputIsDiscarded) {
+TEST(
+    HostCheck,
+    CompilerWarningDuringBuildDoesNotFailTheCheckBecauseTheBuildOutputIsDiscarded) {
   ScratchDir scratch;
   FakeRun run(true, false);
   WriteFakeRules(

@@ -202,8 +202,9 @@ TEST(CompileHarness, BaseEndsAtTheLastDotOfTheWholePath) {
 TEST(CompileHarness, MissingPlaceholderThrowsOutOfRange) {
   ScratchDir scratch;
   Harness h;
-  for (const char* order : {"%j %d%s %o%e", "%c %j %d %o%e", "%c %d%s %o%e",
-                            "%c %j %d%s %e", "%c %j %d%s %o", "%c %j %s %o%e"}) {
+  for (const char* order :
+       {"%j %d%s %o%e", "%c %j %d %o%e", "%c %d%s %o%e", "%c %j %d%s %e",
+        "%c %j %d%s %o", "%c %j %s %o%e"}) {
     h.tg.orderStr = order;
     EXPECT_THROW(buildCommand(h.tg, "x.c", false, ""), std::out_of_range)
         << order;

@@ -15,7 +15,10 @@ using tessel_test::WriteFile;
 namespace {
 
 // Bytes that make a file binary when they are read.
-const std::string kBinary("\x7f" "ELF\x02\x01\x01\x00", 8);
+const std::string kBinary(
+    "\x7f"
+    "ELF\x02\x01\x01\x00",
+    8);
 
 }  // namespace
 
@@ -74,8 +77,8 @@ TEST(TextFileTest, RegisteredAndCopyrightSignsAreAccepted) {
 
 TEST(TextFileTest, OtherHighOrControlBytesMakeTheFileBinary) {
   ScratchDir scratch;
-  const char* const kBytes[] = {"\xa0", "\xaf", "\xa8", "\xff", "\x7f",
-                                "\x01", "\x1b"};
+  const char* const kBytes[] = {"\xa0", "\xaf", "\xa8", "\xff",
+                                "\x7f", "\x01", "\x1b"};
   for (const char* byte : kBytes) {
     WriteFile("one.o", std::string("text ") + byte + " text");
     EXPECT_FALSE(isTextFile("one.o"))
