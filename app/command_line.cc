@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 #include "app/tessel_gen.h"
@@ -16,7 +17,8 @@ const char kUsageText[] =
     "comma_separated_implicit_compiler_defines] [-xs "
     "comma_separated_implicit_compiler_switches] [-rfs]";
 
-// The current directory, however long it is.
+// The current directory, however long it is: the buffer grows until getcwd
+// fits, so deep working directories are not cut off.
 static std::string current_directory() {
   std::vector<char> buffer(256);
   while (getcwd(buffer.data(), buffer.size()) == nullptr) {
@@ -88,7 +90,11 @@ bool applyOptions(TesselGen& tg, int argc, const char* const* argv,
       takesValue = takesValue || option == name;
     }
     if (takesValue && i + 1 >= argc) {
-      *tg.err << "Missing value for option " << option << std::endl;
+      // No value is invented: the run stops here, and the log (already open)
+      // says why as well.
+      const std::string message = "Missing value for option " + option;
+      *tg.err << message << std::endl;
+      tg.log.crit(message);
       return false;
     }
     if (option == "-i") {
