@@ -79,9 +79,8 @@ static void add_defines(TesselGen& tg, const std::string& value) {
   }
 }
 
-bool applyOptions(TesselGen& tg, int argc, const char* const* argv,
-                  int first) {
-  static const char* const kValueOptions[] = {"-i",  "-if", "-op", "-xd",
+bool applyOptions(TesselGen& tg, int argc, const char* const* argv, int first) {
+  static const char* const kValueOptions[] = {"-i",  "-if",  "-op", "-xd",
                                               "-xs", "-tpl", "-fi", "-sub"};
   for (int i = first; i < argc; ++i) {
     const std::string option = argv[i];

@@ -113,8 +113,7 @@ int TesselGen::run() {
   stage("output");
 
   if (!forceIncludePath.empty()) {
-    WriteForceInclude(*this, paths.forceInclude, forceIncludePath,
-                      personality);
+    WriteForceInclude(*this, paths.forceInclude, forceIncludePath, personality);
   } else if (writeDefaultForceInclude) {
     WriteForceInclude(*this, paths.forceInclude, "kiv_forceinclude.h",
                       personality);
