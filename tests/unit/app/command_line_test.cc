@@ -136,7 +136,7 @@ struct OptionRun {
   RecordingShell shell;
   std::ostringstream out;
   std::ostringstream err;
-  TesselGen tg{"vellc", "cmp", "cc", "-o", "-c", "-D", ".o",
+  TesselGen tg{"vellc",           "cmp", "cc",       "-o", "-c", "-D", ".o",
                "%c %j %d%s %o%e", shell, FrozenClock};
   OptionRun() {
     tg.out = &out;
@@ -273,7 +273,8 @@ TEST(CommandLine, MissingValueStopsTheRunWithStatusTwo) {
   }
 }
 
-// ---- makeAbsolute -------------------------------------------------------------
+// ---- makeAbsolute
+// -------------------------------------------------------------
 
 TEST(CommandLine, MakeAbsoluteKeepsAnAbsolutePath) {
   ScratchDir scratch;
@@ -304,7 +305,8 @@ TEST(CommandLine, MakeAbsoluteWorksInAWorkingDirectoryLongerThan256Bytes) {
   EXPECT_EQ(scratch.work() + "/sub", makeAbsolute("sub"));
 }
 
-// ---- the option walk ----------------------------------------------------------
+// ---- the option walk
+// ----------------------------------------------------------
 
 TEST(CommandLine, IncludeDotAddsTheCurrentDirectory) {
   OptionRun run;
@@ -444,7 +446,8 @@ TEST(CommandLine, MissingValueIsReportedOnStandardError) {
   EXPECT_EQ("Missing value for option -xd\n", run.err.str());
 }
 
-// ---- includes files ("-if") ---------------------------------------------------
+// ---- includes files ("-if")
+// ---------------------------------------------------
 
 TEST(CommandLine, UnreadableIncludesFileIsReportedAndTheWalkGoesOn) {
   OptionRun run;
@@ -470,10 +473,12 @@ TEST(CommandLine, IncludesFileLinesAreMadeAbsoluteAndNotTrimmed) {
   const std::string cwd = run.cwd();
   EXPECT_EQ("Reading include file " + cwd + "/lists/dirs.txt\n" +
                 " -i /usr/include\n"
-                " -i " + cwd + "/rel/dir\n" +
+                " -i " +
+                cwd + "/rel/dir\n" +
                 " -i /with/blank \n"
                 " -i /with/cr\r\n"
-                " -i " + cwd + "/last\n",
+                " -i " +
+                cwd + "/last\n",
             run.out.str());
   EXPECT_EQ("Empty line in include file \nEmpty line in include file \n",
             run.err.str());

@@ -64,7 +64,7 @@ struct DriverRun {
   ScratchDir scratch;
   RecordingShell shell;
   std::ostringstream console;
-  TesselGen tg{"vellc", "cmp", "cc", "-o", "-c", "-D", ".o",
+  TesselGen tg{"vellc",           "cmp", "cc",       "-o", "-c", "-D", ".o",
                "%c %j %d%s %o%e", shell, FrozenClock};
   DriverRun() {
     reset_globals_for_testing();
@@ -84,7 +84,8 @@ std::vector<std::string> DirectoryEntries() {
 
 }  // namespace
 
-// ---- derived paths ------------------------------------------------------------
+// ---- derived paths
+// ------------------------------------------------------------
 
 TEST(Driver, DefaultOutputPathPutsTestSourceAndForceIncludeBesideIt) {
   OutputPaths paths = derive_output_paths("personality/TesselPerson.p_c", true);
@@ -113,7 +114,8 @@ TEST(Driver, DirectoryEndsAtTheLastSlash) {
   EXPECT_EQ("", derive_output_paths("", true).directory);
 }
 
-// ---- the run ------------------------------------------------------------------
+// ---- the run
+// ------------------------------------------------------------------
 
 TEST(Driver, WithoutOptionsOnlyTheOutputPathIsLogged) {
   DriverRun run;

@@ -26,7 +26,7 @@ struct ProgressRun {
   ScratchDir scratch;
   NoShell shell;
   std::ostringstream console;
-  TesselGen tg{"vellc", "cmp", "cc", "-o", "-c", "-D", ".o",
+  TesselGen tg{"vellc",           "cmp", "cc",       "-o", "-c", "-D", ".o",
                "%c %j %d%s %o%e", shell, FrozenClock};
   ProgressRun() { tg.out = &console; }
   std::string LogText() const { return ReadFile(tg.log.fileName()); }
@@ -103,8 +103,9 @@ TEST(Progress, StartWithZeroItemsPrintsNothingAndAStepLogsTheWarning) {
   EXPECT_EQ(0u, run.tg.progressTotal);
   EXPECT_EQ(0u, run.tg.progressDone);
   EXPECT_EQ(0u, run.tg.progressPercent);
-  EXPECT_EQ(before + "[+        0ms][INFO] warning: 0 items in progress "
-                     "indicator\n",
+  EXPECT_EQ(before +
+                "[+        0ms][INFO] warning: 0 items in progress "
+                "indicator\n",
             run.LogText());
   run.tg.progressEnd();
   EXPECT_EQ("", run.console.str());
@@ -119,9 +120,9 @@ TEST(Progress, StepAfterEndLogsTheWarningAndChangesNothing) {
   run.tg.progressStep();
   EXPECT_EQ("[  0%]~[ 50%]~\n", run.console.str());
   EXPECT_EQ(0u, run.tg.progressDone);
-  EXPECT_EQ(before +
-                "[+        0ms][INFO] warning: 0 items in progress indicator\n",
-            run.LogText());
+  EXPECT_EQ(
+      before + "[+        0ms][INFO] warning: 0 items in progress indicator\n",
+      run.LogText());
 }
 
 TEST(Progress, RestartBeginsFromZeroAgain) {

@@ -110,8 +110,9 @@ TEST(RunLog, WallClockFormShowsTheDateOfOneDayEarlier) {
   RunLog log("Wall_", false, Scripted({kStart}));
   log.info("text");
   EXPECT_EQ("Wall_20251113_021320.log", log.fileName());
-  EXPECT_EQ(std::string(kOpening) + "Wed Nov 12 02:13:20 2025\n : [INFO] text\n",
-            ReadFile("Wall_20251113_021320.log"));
+  EXPECT_EQ(
+      std::string(kOpening) + "Wed Nov 12 02:13:20 2025\n : [INFO] text\n",
+      ReadFile("Wall_20251113_021320.log"));
 }
 
 TEST(RunLog, DayOfMonthIsPaddedWithABlank) {
