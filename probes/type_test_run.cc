@@ -2,10 +2,21 @@
 
 #include <dirent.h>
 
-#include "app/tessel_gen.h"
+#include <string>
 
-// Not built yet: the stage does nothing.
-void RunTypeTests(TesselGen& /*tg*/, std::ostream& /*personality*/) {}
+#include "app/tessel_gen.h"
+#include "harness/compile_harness.h"
+#include "harness/globals.h"
+#include "probes/type_sizes.h"
+
+namespace {
+
+const char kExternalTest[] = "tmp_id_e_test";
+const char kInternalTest[] = "tmp_id_i_test";
+// Probes of the identifier length search: 16384 first, then up to 13 more.
+const uint32_t kIdentifierSteps = 14;
+
+}  // namespace
 
 std::set<std::string> ListTestDirectory(const TesselGen& tg,
                                         const std::string& dir) {
@@ -21,4 +32,83 @@ std::set<std::string> ListTestDirectory(const TesselGen& tg,
     closedir(handle);
   }
   return files;
+}
+
+bool IdentifierLengthFails(TesselGen& tg, bool external, int length) {
+  const std::string test = external ? kExternalTest : kInternalTest;
+  removeMatching(tg, test);
+  const std::string same(static_cast<std::string::size_type>(length - 1),
+                         'a');
+  std::string source;
+  if (external) {
+    source = "\nextern int " + same + "a;\nextern int " + same + "b;\n\n";
+  } else {
+    source = std::string(kMainStart) + "\nint " + same + "a;\nint " + same +
+             "b;\n" + kCloseBrace + "\n";
+  }
+  return !compileTest(tg, source, test, nullptr, nullptr);
+}
+
+void FindIdentifierLength(TesselGen& tg, std::ostream& personality,
+                          bool external) {
+  if (!tg.isC) {
+    return;
+  }
+  *tg.out << "\nConducting " << (external ? "External" : "Internal")
+          << " Identifier Tests..." << std::endl;
+  tg.progressStart(kIdentifierSteps);
+  int best = 16384;
+  if (IdentifierLengthFails(tg, external, best)) {
+    tg.progressStep();
+    // Binary search for the longest length whose two names differ.
+    best = 3;
+    int length = 8192;
+    for (int step = 4096; step > 0; step >>= 1) {
+      if (IdentifierLengthFails(tg, external, length)) {
+        length -= step;
+      } else {
+        best = length;
+        length += step;
+      }
+      tg.progressStep();
+      if (length < 3) {
+        break;
+      }
+    }
+  }
+  personality << (external ? "-xn " : "-na ") << best << "\n";
+  tg.progressEnd();
+}
+
+// Runs one directory test; a result with a blank is quoted unless it is an
+// "-ex " line.
+static void run_directory_test(TesselGen& tg, const std::string& path,
+                               std::set<std::string>& results) {
+  std::string message;
+  runTestFile(tg, path, "", &message);
+  if (message.empty()) {
+    return;
+  }
+  if (message.find(' ') != std::string::npos &&
+      message.find("-ex ") == std::string::npos) {
+    message = "\"" + message + "\"";
+  }
+  results.insert(message);
+}
+
+void RunTypeTests(TesselGen& tg, std::ostream& personality) {
+  *tg.out << "Conduct Vell Tests..." << std::endl;
+  // The warning level for this line is how the run log has always shown it.
+  tg.log.warn("Conduct Vell Tests...");
+  std::set<std::string> results;
+  const std::string dir = tg.isC ? "../c_tests" : "../cpp_tests";
+  for (const std::string& path : ListTestDirectory(tg, dir)) {
+    run_directory_test(tg, path, results);
+  }
+  RunScalarPass(tg, personality);
+  FindIdentifierLength(tg, personality, true);
+  FindIdentifierLength(tg, personality, false);
+  for (const std::string& line : results) {
+    personality << line << "\n";
+  }
 }

@@ -7,8 +7,12 @@
 
 class TesselGen;
 
-/// The type stage: directory tests, the scalar pass (with the intrinsic type
-/// pass) and the identifier length searches; writes their lines.
+/// The type stage as the driver runs it: prints "Conduct Vell Tests...",
+/// runs every test file of "../c_tests" (C) or "../cpp_tests" (C++), then
+/// the scalar pass (which ends with the intrinsic type pass) and, for C, the
+/// external and internal identifier length searches; the test files' option
+/// lines come last, sorted and without duplicates. A result that holds a
+/// blank and no "-ex " is written in double quotes.
 void RunTypeTests(TesselGen& tg, std::ostream& personality);
 
 /// The test sources of the test directory `dir`: directory + "/" + name for
@@ -16,5 +20,19 @@ void RunTypeTests(TesselGen& tg, std::ostream& personality);
 /// anywhere, in byte order. Empty when the directory cannot be opened.
 std::set<std::string> ListTestDirectory(const TesselGen& tg,
                                         const std::string& dir);
+
+/// One identifier length probe: compiles two external (`external`) or
+/// local declarations whose names are `length` characters long and differ
+/// only in the last one, under "tmp_id_e_test" or "tmp_id_i_test". True
+/// when the compile failed (no object): the compiler keeps fewer
+/// characters.
+bool IdentifierLengthFails(TesselGen& tg, bool external, int length);
+
+/// Finds how many characters of external (`external`) or internal
+/// identifiers the compiler tells apart: 16384 when it manages that many,
+/// otherwise a binary search down to 3. Writes "-xn <n>" or "-na <n>". For
+/// the C++ product it does nothing at all.
+void FindIdentifierLength(TesselGen& tg, std::ostream& personality,
+                          bool external);
 
 #endif  // TESSEL_PROBES_TYPE_TEST_RUN_H_
