@@ -2,10 +2,12 @@
 // plays a compiler with a table of types (type_fake_model.h).
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <sstream>
 #include <stdexcept>
 
 #include "harness/globals.h"
+#include "probes/type_alignment.h"
 #include "probes/type_sizes.h"
 #include "tests/stage/types/type_fake_model.h"
 #include "tests/support/test_support.h"
@@ -189,4 +191,341 @@ TEST(TypeSizesStage, CppScalarPassWritesNoCharSignLine) {
       personality.str());
   EXPECT_EQ(std::string(kScalarProgress) + kIntrinsicProgress2,
             run.console.str());
+}
+
+TEST(TypeSizesStage, TypeThatDoesNotCompileKeepsDefaultsAndAlignsTo8) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(
+      "model_type int 4 4 1 i\n",
+      "custom_rule() { has 'long double' && fail 'error: no long double'; "
+      "return 1; }\n"));
+  SetupBasicTypes(*run.tg);
+  TypeRecord& ldouble = run.tg->scalarTypes[7];
+  FindTypeSize(*run.tg, "", ldouble);
+  FindAlignment(*run.tg, ldouble);
+  EXPECT_EQ(2, ldouble.kind);
+  EXPECT_EQ(64, ldouble.bits);
+  EXPECT_EQ(8, ldouble.align);
+  EXPECT_EQ(
+      "~Couldn't determine size of long double - using the default value\n",
+      run.console.str());
+}
+
+TEST(TypeSizesStage, UncompilableTypeIsStillWrittenWithItsDefaultSize) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(), "custom_rule() { has 'long double' && fail; return 1; }\n"));
+  SetupBasicTypes(*run.tg);
+  std::ostringstream personality;
+  RunScalarPass(*run.tg, personality);
+  EXPECT_NE(std::string::npos,
+            personality.str().find("-s double=64\n-a double=8\n"
+                                   "-s ldouble=64\n-a ldouble=8\n"
+                                   "-s dataptr=64\n"));
+  EXPECT_NE(std::string::npos,
+            run.console.str().find("~[ 80%]~Couldn't determine size of long "
+                                   "double - using the default value\n~[ 90%]"))
+      << run.console.str();
+}
+
+TEST(TypeSizesStage, NinetySixBitPatternWinsOverEightyBit) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules("model_type 'long double' 12 4 1 f\n"));
+  EXPECT_EQ(96, Sized(run, "long double").bits);
+  EXPECT_EQ("", run.console.str());
+}
+
+TEST(TypeSizesStage, EightyBitPatternWithoutPadding) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules("model_type 'long double' 10 2 1 f\n"));
+  TypeRecord type = Sized(run, "long double");
+  EXPECT_EQ(2, type.kind);
+  EXPECT_EQ(80, type.bits);
+}
+
+TEST(TypeSizesStage, TextObjectFloatPatternsAreSeparateDigitPairs) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  S_OBJ_IS_BINARY = 0;
+  WriteFakeRules(TypeModelRules("", R"(custom_rule() {
+  case "$FAKE_TEXT" in
+    *'i[2]'*) object_text 'X 3F 00 Y FB';;
+    *'p = 2*q'*|*'a; }'*) ;;
+    *'%1'*) fail 'not integer';;
+  esac
+  return 0
+}
+)"));
+  EXPECT_EQ(96, Sized(run, "real").bits);
+  EXPECT_EQ("", run.console.str());
+}
+
+TEST(TypeSizesStage, FloatWithoutPatternInBinaryObjectKeepsDefault) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules("model_type float 6 2 1 f\n"));
+  TypeRecord type = Sized(run, "float");
+  EXPECT_EQ(0, type.bits);
+  EXPECT_EQ("~Couldn't determine size of float - using the default value\n",
+            run.console.str());
+}
+
+TEST(TypeSizesStage, FloatWithoutPatternInTextObjectHasNoTilde) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  S_OBJ_IS_BINARY = 0;
+  WriteFakeRules(
+      TypeModelRules("model_type float 6 2 1 f\n", "TEXT_OBJECTS=1\n"));
+  Sized(run, "float");
+  EXPECT_EQ("Couldn't determine size of float - using the default value\n",
+            run.console.str());
+}
+
+TEST(TypeSizesStage, MissingFloatObjectHasNoTilde) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(
+      "model_type double 8 8 1 f\n",
+      "custom_rule() { has 'i[2]' && fail 'error: no'; return 1; }\n"));
+  EXPECT_EQ(0, Sized(run, "double").bits);
+  EXPECT_EQ("Couldn't determine size of double - using the default value\n",
+            run.console.str());
+}
+
+TEST(TypeSizesStage, PointerNeverUsesTheLongLongSuffix) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(Lp64Table()));
+  TypeRecord type = Sized(run, "int*");
+  EXPECT_EQ(1, type.kind);
+  EXPECT_EQ(64, type.bits);
+  std::string sources = ReadFile("sources.log");
+  EXPECT_NE(std::string::npos,
+            sources.find("int* i = (int*)0x0203040506070809L;\n----\n"));
+  EXPECT_NE(std::string::npos, sources.find("int i = 1LL;\n"));
+  EXPECT_EQ(std::string::npos, sources.find("(int*)0x02LL"));
+  EXPECT_EQ(std::string::npos, sources.find("09LL"));
+}
+
+TEST(TypeSizesStage, IntegerUsesLongLongSuffixOnlyWhenAccepted) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(Lp64Table()));
+  SetupBasicTypes(*run.tg);
+  EXPECT_EQ(16, Sized(run, "short").bits);
+  std::string sources = ReadFile("sources.log");
+  EXPECT_EQ(
+      "int main(void) {short a; }\n----\n"
+      "int main(void) {short q;short p; p = 2*q;}\n----\n"
+      "int main(void) {short x; x = ((short)1)%1;}\n----\n"
+      "int i = 1LL;\n----\n"
+      "short i = (short)1;\n----\n"
+      "short i = (short)0x02LL;\n----\n"
+      "short i = (short)0x0203LL;\n----\n"
+      "short i = (short)0x020304LL;\n----\n"
+      "int a[(short)-1];\n----\n"
+      "int a[(unsigned short)-1];\n----\n",
+      sources);
+
+  WriteFakeRules(TypeModelRules(Lp64Table(), "NO_LL=1\n"));
+  std::remove("sources.log");
+  EXPECT_EQ(16, Sized(run, "short").bits);
+  EXPECT_NE(std::string::npos,
+            ReadFile("sources.log").find("short i = (short)0x020304L;\n"));
+}
+
+TEST(TypeSizesStage, EightByteIntegerTakesAllEightAttempts) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(Lp64Table()));
+  EXPECT_EQ(64, Sized(run, "long long").bits);
+  EXPECT_NE(std::string::npos,
+            ReadFile("sources.log")
+                .find("long long i = (long long)0x0203040506070809LL;\n"));
+}
+
+TEST(TypeSizesStage, SizeZeroFromFirstAttemptSuppressesSizeLines) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  // The short constant never shows up in the object.
+  WriteFakeRules(TypeModelRules(Lp64Table(), R"(custom_rule() {
+  [[ $FAKE_TEXT == 'short i = (short)0x'* ]] || return 1
+  object_bytes 'FAKEOBJ\n'
+}
+)"));
+  SetupBasicTypes(*run.tg);
+  std::ostringstream personality;
+  RunScalarPass(*run.tg, personality);
+  EXPECT_NE(std::string::npos,
+            personality.str().find("-u-\n-s long=64\n-a long=8\n"));
+  EXPECT_EQ(std::string::npos, personality.str().find("short"));
+  EXPECT_EQ(0, run.tg->scalarTypes[2].bits);
+}
+
+TEST(TypeSizesStage, MissingReferenceObjectHasTilde) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(),
+      "custom_rule() { has 'i = (int)1;' && fail 'error'; return 1; }\n"));
+  EXPECT_EQ(0, Sized(run, "int").bits);
+  // The signedness test still runs and finds no scalar type of size 0.
+  EXPECT_EQ(
+      "~Couldn't determine size of int - using the default value\n"
+      "~Couldn't match type 'int' to any scalar type, using type int\n",
+      run.console.str());
+}
+
+TEST(TypeSizesStage, FewerThanEightUniqueBytesInBinaryObject) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  // Every byte value but 0x07 is in the reference object.
+  std::string all;
+  for (int v = 1; v < 256; ++v) {
+    if (v != 7) {
+      char hex[8];
+      std::snprintf(hex, sizeof hex, "\\x%02x", v);
+      all += hex;
+    }
+  }
+  WriteFakeRules(TypeModelRules(Lp64Table(), "custom_rule() { has 'i = "
+                                             "(int)1;' || return 1; "
+                                             "object_bytes '" +
+                                                 all + "'; }\n"));
+  EXPECT_EQ(0, Sized(run, "int").bits);
+  EXPECT_EQ(
+      "Couldn't determine size of int - using the default value\n"
+      "~Couldn't match type 'int' to any scalar type, using type int\n",
+      run.console.str());
+}
+
+TEST(TypeSizesStage, FewerThanEightUniqueBytesInTextObject) {
+  ScratchDir scratch;
+  FakeRun run(true, true);
+  S_OBJ_IS_BINARY = 0;
+  std::string all;
+  for (int v = 1; v < 256; ++v) {
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "%02X ", v);
+    all += hex;
+  }
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(), "custom_rule() { has 'i = (int)1;' || return 1; "
+                   "object_text '" + all + "'; }\n"));
+  EXPECT_EQ(0, Sized(run, "int").bits);
+  EXPECT_EQ(
+      "Couldn't find 8 unique bytes!\n"
+      "~Couldn't match type 'int' to any scalar type, using type int\n",
+      run.console.str());
+}
+
+TEST(TypeSizesStage, MissingNativeProgramHasNoTilde) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(),
+      "custom_rule() { [ $FAKE_MODE = program ] && fail 'ld: error'; "
+      "return 1; }\n"));
+  TypeRecord type = Sized(run, "long");
+  EXPECT_EQ(0, type.bits);
+  EXPECT_EQ(0, type.kind);
+  EXPECT_EQ(
+      "Couldn't determine size of long - using the default value\n"
+      "~Couldn't match type 'long' to any scalar type, using type int\n",
+      run.console.str());
+}
+
+TEST(TypeSizesStage, NativeOutputIsReadAsALeadingDecimalNumber) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(), "custom_rule() { [ $FAKE_MODE = program ] || "
+                   "return 1; program_prints '  2 bytes'; }\n"));
+  EXPECT_EQ(16, Sized(run, "short").bits);
+}
+
+TEST(TypeSizesStage, NativeOutputWithoutNumberEndsInStoiError) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(
+      Lp64Table(), "custom_rule() { [ $FAKE_MODE = program ] || "
+                   "return 1; program_prints 'two'; }\n"));
+  EXPECT_THROW(Sized(run, "short"), std::invalid_argument);
+}
+
+TEST(TypeSizesStage, UnsignedIntRejectedAsTooLargeIsFoundUnsigned) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  // int a[(uint32)-1] and int a[(unsigned int)-1] are both too large; the
+  // messages differ only in the column number.
+  WriteFakeRules(TypeModelRules(Lp64Table() + "model_type uint32 4 4 0 i\n",
+                                "TOO_LARGE_BITS=32\n"));
+  SetupBasicTypes(*run.tg);
+  TypeRecord type = Sized(run, "uint32");
+  EXPECT_EQ(32, type.bits);
+  EXPECT_EQ(1, type.isUnsigned);
+  std::string sources = ReadFile("sources.log");
+  EXPECT_NE(std::string::npos,
+            sources.find("int a[(uint32)-1];\n----\n"
+                         "int a[(unsigned int)-1];\n----\n"));
+}
+
+TEST(TypeSizesStage, SignedTypeMessagesDifferFromUnsignedOnes) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(Lp64Table() + "model_type int32 4 4 1 i\n",
+                                "TOO_LARGE_BITS=32\n"));
+  SetupBasicTypes(*run.tg);
+  EXPECT_EQ(0, Sized(run, "int32").isUnsigned);
+}
+
+TEST(TypeSizesStage, PrefixDecidesSignednessByName) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  // The model says signed, but with a prefix the name decides.
+  WriteFakeRules(TypeModelRules(
+      "model_type size_t 8 8 1 i\nmodel_type ptrdiff_t 8 8 0 i\n"
+      "model_type wchar_t 4 4 1 i\nmodel_type myint 4 4 0 i\n"));
+  const std::string prefix = "#include <stddef.h>\n";
+  EXPECT_EQ(1, Sized(run, "size_t", prefix).isUnsigned);
+  EXPECT_EQ(0, Sized(run, "ptrdiff_t", prefix).isUnsigned);
+  EXPECT_EQ(1, Sized(run, "wchar_t", prefix).isUnsigned);
+  EXPECT_EQ(0, Sized(run, "myint", prefix).isUnsigned);
+  EXPECT_EQ(std::string::npos, ReadFile("sources.log").find("int a["));
+}
+
+TEST(TypeSizesStage, CodePointerTestsCarryTheTypedef) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(TypeModelRules(Lp64Table()));
+  SetupBasicTypes(*run.tg);
+  FindTypeSize(*run.tg, "", run.tg->scalarTypes[9]);
+  EXPECT_EQ(64, run.tg->scalarTypes[9].bits);
+  EXPECT_EQ(
+      "typedef void (*zorv_fun) ();\nint main(void) {zorv_fun a; }\n----\n"
+      "typedef void (*zorv_fun) ();\nint main(void) {zorv_fun q;zorv_fun p; "
+      "p = 2*q;}\n----\n"
+      "int printf(char *, ...);\ntypedef void (*zorv_fun) ();\n\n"
+      "int main() { printf(\"%d\", sizeof(zorv_fun)); }\n----\n",
+      ReadFile("sources.log"));
+}
+
+TEST(TypeSizesStage, ScalarMatchFallsBackToIntWithMessage) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  SetupBasicTypes(*run.tg);
+  TypeRecord odd;
+  odd.name = "int24";
+  odd.bits = 24;
+  EXPECT_EQ("int", MatchScalarType(*run.tg, odd).name);
+  EXPECT_EQ("~Couldn't match type 'int24' to any scalar type, using type int\n",
+            run.console.str());
+  TypeRecord wide;
+  wide.kind = 2;
+  wide.bits = 64;
+  EXPECT_EQ("double", MatchScalarType(*run.tg, wide).name);
 }
