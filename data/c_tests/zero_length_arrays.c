@@ -1,0 +1,7 @@
+/* Error:
+ * Success:-ex zeroarray
+ * Arrays of length zero at the end of a structure.
+ * The option line above is written when this file compiles.
+ */
+struct message { int length; char data[0]; };
+int message_size = sizeof(struct message);
