@@ -31,10 +31,17 @@ bool AnyInvocationMentions(const std::string& word) {
 
 }  // namespace
 
+
+// A native fake compiler: its hello-world program passes the host check and
+// every other program prints 4, a size the type stage can read.
+const char kNativeRules[] =
+    "if has 'hello world'; then program_prints 'hello world'; "
+    "else program_prints 4; fi\n";
+
 TEST(DriverStage, CompleteRunEndsWithCompletedOk) {
   ScratchDir scratch;
   ASSERT_EQ(0, mkdir("personality", 0755));
-  WriteFakeRules("program_prints 'hello world'\n");
+  WriteFakeRules(kNativeRules);
   FakeRun run(true, false);
   EXPECT_EQ(0, run.tg->run());
   EXPECT_TRUE(EndsWith(run.console.str(), "\nCompleted OK\n"))
@@ -47,7 +54,7 @@ TEST(DriverStage, CompleteRunEndsWithCompletedOk) {
 
 TEST(DriverStage, OutputPathWithoutSlashWritesIntoTheCurrentDirectory) {
   ScratchDir scratch;
-  WriteFakeRules("program_prints 'hello world'\n");
+  WriteFakeRules(kNativeRules);
   FakeRun run(false, false);
   run.tg->outputPath = "plain.p_c";
   EXPECT_EQ(0, run.tg->run());

@@ -224,6 +224,13 @@ std::string MaskedLog() {
 
 // ---- version, usage and short command lines --------------------------------
 
+
+// A native fake compiler: its hello-world program passes the host check and
+// every other program prints 4, a size the type stage can read.
+const char kNativeRules[] =
+    "if has 'hello world'; then program_prints 'hello world'; "
+    "else program_prints 4; fi\n";
+
 TEST(TesselBinary, VersionRequest) {
   ScratchDir scratch;
   for (const char* option : {"-v", "--version"}) {
@@ -272,7 +279,7 @@ TEST(TesselBinary, ShortCommandLinesExitSilently) {
 TEST(TesselBinary, CompletedRun) {
   ScratchDir scratch;
   ASSERT_EQ(0, mkdir("personality", 0755));
-  WriteFakeRules("program_prints 'hello world'\n");
+  WriteFakeRules(kNativeRules);
   ProcessResult result =
       RunTessel(FakeArgs({"-i", ".", "-xd", "A=1,,B", "-xs", "-x,-y"}));
   EXPECT_EQ(0, result.exitCode);
