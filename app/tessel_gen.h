@@ -6,6 +6,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -111,6 +112,11 @@ class TesselGen : public RunSettings {
   std::map<std::string, std::set<std::string>> HeaderInventory;
   /// Identifiers met in the headers: the candidate keywords and macros.
   std::set<std::string> candidateKeywords;
+  /// The scan mutex, one for the whole process. While the header scan's
+  /// tasks run it guards the progress indicator (`progressTotal`,
+  /// `progressDone`, `progressPercent` and the console they print on), the
+  /// run log `log` and `candidateKeywords`.
+  inline static std::mutex scanMutex;
 
   // ---- include directories -----------------------------------------------
   /// The compiler's implicit header directories in search order.
