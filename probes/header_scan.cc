@@ -57,8 +57,16 @@ void LineScanner::EndIdentifier() {
   identifier_.clear();
 }
 
+// `line` without the blanks, tabs, line feeds, carriage returns, form feeds
+// and vertical tabs at its end.
+static std::string_view trim_trailing_space(std::string_view line) {
+  const std::string_view::size_type last =
+      line.find_last_not_of(" \t\n\r\f\v");
+  return last == std::string_view::npos ? line.substr(0, 0)
+                                        : line.substr(0, last + 1);
+}
+
 void LineScanner::ScanText(std::string_view text) {
-  static constexpr std::string_view kTrailingSpace = " \t\n\r\f\v";
   std::string_view::size_type start = 0;
   while (start < text.size()) {
     std::string_view::size_type feed = text.find('\n', start);
@@ -67,12 +75,11 @@ void LineScanner::ScanText(std::string_view text) {
     }
     std::string_view line = text.substr(start, feed - start);
     start = feed + 1;
-    const std::string_view::size_type last =
-        line.find_last_not_of(kTrailingSpace);
-    line = last == std::string_view::npos ? line.substr(0, 0)
-                                          : line.substr(0, last + 1);
+    line = trim_trailing_space(line);
     if (!line.empty() && line.back() == '\\') {
-      line.remove_suffix(1);
+      // The blanks before the backslash go too: "foo \" and "bar" make
+      // "foobar".
+      line = trim_trailing_space(line.substr(0, line.size() - 1));
       pending_.append(line.data(), line.size());
       continue;
     }

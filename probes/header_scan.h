@@ -92,7 +92,8 @@ class LineScanner {
 
   /// Scans the whole text of a file: splits it at line feeds, trims each
   /// line's trailing white space, joins lines that end in a backslash (the
-  /// backslash removed) with the line after them, and scans each logical
+  /// backslash and the white space before it removed) with the line after
+  /// them, without a separator, and scans each logical
   /// line. A continuation pending at the end of `text` is dropped.
   void ScanText(std::string_view text);
 
