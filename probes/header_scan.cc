@@ -41,7 +41,7 @@ const CharClasses kClasses;
 
 }  // namespace
 
-// ---- LineScanner -----------------------------------------------------------
+// ---- LineScanner ----
 
 LineScanner::LineScanner(const NameTable& ignore)
     : ignore_(ignore), seen_(512) {}
@@ -60,8 +60,7 @@ void LineScanner::EndIdentifier() {
 // `line` without the blanks, tabs, line feeds, carriage returns, form feeds
 // and vertical tabs at its end.
 static std::string_view trim_trailing_space(std::string_view line) {
-  const std::string_view::size_type last =
-      line.find_last_not_of(" \t\n\r\f\v");
+  const std::string_view::size_type last = line.find_last_not_of(" \t\n\r\f\v");
   return last == std::string_view::npos ? line.substr(0, 0)
                                         : line.substr(0, last + 1);
 }
@@ -110,8 +109,8 @@ void LineScanner::ScanLine(std::string_view line) {
           std::memchr(text + position, '*', size - position));
       while (star != nullptr && (star + 1 == text + size || star[1] != '/')) {
         ++star;
-        star = static_cast<const char*>(
-            std::memchr(star, '*', static_cast<std::size_t>(text + size - star)));
+        star = static_cast<const char*>(std::memchr(
+            star, '*', static_cast<std::size_t>(text + size - star)));
       }
       if (star == nullptr) {
         break;
@@ -193,7 +192,7 @@ std::vector<std::string> LineScanner::Identifiers() const {
   return kept;
 }
 
-// ---- Splitting printable runs ------------------------------------------------
+// ---- Splitting printable runs ----
 
 void SplitPrintable(const std::string& text, std::set<std::string>& result) {
   for (const char ch : text) {
@@ -219,7 +218,7 @@ void SplitPrintable(const std::string& text, std::set<std::string>& result) {
   }
 }
 
-// ---- Scanning one file -------------------------------------------------------
+// ---- Scanning one file ----
 
 namespace {
 
@@ -299,8 +298,8 @@ static std::set<std::string> binary_identifiers(std::string_view bytes) {
     if (begin < end) {
       SplitPrintable(std::string(bytes.substr(begin, end - begin)), found);
     }
-    zero = static_cast<const char*>(
-        std::memchr(zero + 1, '\0', size - end - 1));
+    zero =
+        static_cast<const char*>(std::memchr(zero + 1, '\0', size - end - 1));
   }
   return found;
 }
@@ -385,7 +384,7 @@ void ScanFile(TesselGen& tg, std::string path, ScanTables* tables) {
   merge_identifiers(tg, found, tables != nullptr ? &tables->merged : nullptr);
 }
 
-// ---- The directory walk --------------------------------------------------------
+// ---- The directory walk ----
 
 int ScanDirectory(TesselGen& tg, const std::string& dir) {
   DIR* handle = opendir(dir.c_str());
@@ -431,7 +430,7 @@ int ScanDirectory(TesselGen& tg, const std::string& dir) {
   return 1;
 }
 
-// ---- The stage -------------------------------------------------------------------
+// ---- The stage ----
 
 // Runs `ScanFile` on every file of `tg.headerFiles`, each on its own thread,
 // at most one less than the hardware threads at once (3 when the platform
@@ -486,7 +485,7 @@ void ScanAllDirectories(TesselGen& tg) {
   tg.progressEnd();
 }
 
-// ---- After the tasks -----------------------------------------------------------------
+// ---- After the tasks ----
 
 void AddTemplateKeywords(TesselGen& tg) {
   if (tg.templatePath.empty()) {

@@ -40,25 +40,37 @@ StringMap ShippedMap(const std::string& name) {
   return map;
 }
 
-const char* const kFiles[] = {
-    "c_keywords.txt",          "cpp_keywords.txt",
-    "ignore_keywords.txt",     "ignore_reserved_words.txt",
-    "c_replace_keywords.txt",  "cpp_replace_keywords.txt",
-    "vell_extension_keywords.txt", "builtin_replace_keywords.txt",
-    "context_keywords.txt"};
+const char* const kFiles[] = {"c_keywords.txt",
+                              "cpp_keywords.txt",
+                              "ignore_keywords.txt",
+                              "ignore_reserved_words.txt",
+                              "c_replace_keywords.txt",
+                              "cpp_replace_keywords.txt",
+                              "vell_extension_keywords.txt",
+                              "builtin_replace_keywords.txt",
+                              "context_keywords.txt"};
 
 // Extension keywords of gcc, clang, sdcc and avr-gcc that a run must be
 // able to find.
 const char* const kRealExtensionKeywords[] = {
-    "__attribute__", "__extension__", "__asm__",     "__asm",
-    "__inline",      "__inline__",    "__restrict",  "__restrict__",
-    "__int128",      "_Float128",     "__float128",  "__typeof__",
-    "__declspec",    "__builtin_va_list", "__volatile__", "__signed__",
-    "__const",       "__thread",      "__auto_type", "__data",
-    "__xdata",       "__idata",       "__pdata",     "__code",
-    "__sfr",         "__sbit",        "__bit",       "__at",
-    "__interrupt",   "__using",       "__critical",  "__naked",
-    "__reentrant",   "__flash",       "__memx"};
+    "__attribute__", "__extension__",
+    "__asm__",       "__asm",
+    "__inline",      "__inline__",
+    "__restrict",    "__restrict__",
+    "__int128",      "_Float128",
+    "__float128",    "__typeof__",
+    "__declspec",    "__builtin_va_list",
+    "__volatile__",  "__signed__",
+    "__const",       "__thread",
+    "__auto_type",   "__data",
+    "__xdata",       "__idata",
+    "__pdata",       "__code",
+    "__sfr",         "__sbit",
+    "__bit",         "__at",
+    "__interrupt",   "__using",
+    "__critical",    "__naked",
+    "__reentrant",   "__flash",
+    "__memx"};
 
 }  // namespace
 
@@ -93,10 +105,11 @@ TEST(ShippedConfig, CppKeywordsAreThoseOfCpp23WithAlternativeSpellings) {
   const StringSet cpp = ShippedList("cpp_keywords.txt");
   EXPECT_EQ(92u, cpp.size());
   for (const char* word :
-       {"asm", "class", "char8_t", "concept", "consteval", "constinit",
-        "co_await", "co_return", "co_yield", "requires", "and", "and_eq",
-        "bitand", "bitor", "compl", "not", "not_eq", "or", "or_eq", "xor",
-        "xor_eq", "wchar_t", "export"}) {
+       {"asm",       "class",    "char8_t",   "concept",  "consteval",
+        "constinit", "co_await", "co_return", "co_yield", "requires",
+        "and",       "and_eq",   "bitand",    "bitor",    "compl",
+        "not",       "not_eq",   "or",        "or_eq",    "xor",
+        "xor_eq",    "wchar_t",  "export"}) {
     EXPECT_EQ(1u, cpp.count(word)) << word;
   }
   EXPECT_EQ(0u, cpp.count("restrict"));
@@ -112,10 +125,11 @@ TEST(ShippedConfig, IgnoreListHoldsEveryKeywordAndDirectiveWord) {
     EXPECT_EQ(1u, ignore.count(word)) << word;
   }
   for (const char* word :
-       {"define", "undef", "include", "include_next", "ifdef", "ifndef",
-        "elif", "elifdef", "elifndef", "endif", "pragma", "line", "error",
-        "warning", "defined", "__VA_ARGS__", "__has_include", "__FILE__",
-        "__LINE__", "__func__"}) {
+       {"define",        "undef",    "include",  "include_next",
+        "ifdef",         "ifndef",   "elif",     "elifdef",
+        "elifndef",      "endif",    "pragma",   "line",
+        "error",         "warning",  "defined",  "__VA_ARGS__",
+        "__has_include", "__FILE__", "__LINE__", "__func__"}) {
     EXPECT_EQ(1u, ignore.count(word)) << word;
   }
 }
@@ -125,9 +139,8 @@ TEST(ShippedConfig, IgnoreListHoldsNoExtensionKeyword) {
   for (const char* word : kRealExtensionKeywords) {
     EXPECT_EQ(0u, ignore.count(word)) << word;
   }
-  for (const char* map :
-       {"c_replace_keywords.txt", "cpp_replace_keywords.txt",
-        "builtin_replace_keywords.txt"}) {
+  for (const char* map : {"c_replace_keywords.txt", "cpp_replace_keywords.txt",
+                          "builtin_replace_keywords.txt"}) {
     for (const auto& entry : ShippedMap(map)) {
       EXPECT_EQ(0u, ignore.count(entry.first)) << map << ": " << entry.first;
     }
@@ -135,9 +148,8 @@ TEST(ShippedConfig, IgnoreListHoldsNoExtensionKeyword) {
 }
 
 TEST(ShippedConfig, ReplacementsAreSingleTokensWithoutBlanks) {
-  for (const char* map :
-       {"c_replace_keywords.txt", "cpp_replace_keywords.txt",
-        "vell_extension_keywords.txt"}) {
+  for (const char* map : {"c_replace_keywords.txt", "cpp_replace_keywords.txt",
+                          "vell_extension_keywords.txt"}) {
     const StringMap entries = ShippedMap(map);
     EXPECT_FALSE(entries.empty()) << map;
     for (const auto& entry : entries) {

@@ -42,7 +42,7 @@ const char kWarn[] = "[+        0ms][WARN] ";
 
 }  // namespace
 
-// ---- ScanDirectory -----------------------------------------------------------
+// ---- ScanDirectory ----
 
 TEST(HeaderScan, DirectoryWithFilesListsThemAndWalksSubdirectories) {
   ScratchDir scratch;
@@ -71,21 +71,21 @@ TEST(HeaderScan, DirectoryOfDirectoriesFoldsTheirFilesAndLogsThem) {
   LogWatch log(*run.tg);
   const std::string inc = scratch.work() + "/inc";
   EXPECT_EQ(1, ScanDirectory(*run.tg, inc));
-  EXPECT_EQ((Names{
-                std::string(kInfo) + "Handling an empty include dir: " + inc,
-                std::string(kInfo) + "Handling an empty include dir: " + inc +
-                    "/arch",
-                std::string(kInfo) + "  nested dir abs: " + inc +
-                    "/arch/sys rel: sys",
-                std::string(kInfo) + "  nested dir abs: " + inc +
-                    "/arch rel: arch",
-            }),
-            log.NewLines());
-  EXPECT_EQ((std::map<std::string, StringSet>{
-                {inc, {"arch/sys/t.h", "arch/sys/u.h"}},
-                {inc + "/arch", {"sys/t.h", "sys/u.h"}},
-                {inc + "/arch/sys", {"t.h", "u.h"}}}),
-            run.tg->HeaderInventory);
+  EXPECT_EQ(
+      (Names{
+          std::string(kInfo) + "Handling an empty include dir: " + inc,
+          std::string(kInfo) + "Handling an empty include dir: " + inc +
+              "/arch",
+          std::string(kInfo) + "  nested dir abs: " + inc +
+              "/arch/sys rel: sys",
+          std::string(kInfo) + "  nested dir abs: " + inc + "/arch rel: arch",
+      }),
+      log.NewLines());
+  EXPECT_EQ(
+      (std::map<std::string, StringSet>{{inc, {"arch/sys/t.h", "arch/sys/u.h"}},
+                                        {inc + "/arch", {"sys/t.h", "sys/u.h"}},
+                                        {inc + "/arch/sys", {"t.h", "u.h"}}}),
+      run.tg->HeaderInventory);
 }
 
 TEST(HeaderScan, DirectoryOfTwoDirectoriesFoldsBoth) {
@@ -146,7 +146,7 @@ TEST(HeaderScan, ExistingInventoryEntryIsKept) {
   EXPECT_EQ((Names{inc + "/a.h"}), run.tg->headerFiles);
 }
 
-// ---- ScanAllDirectories --------------------------------------------------------
+// ---- ScanAllDirectories ----
 
 TEST(HeaderScan, TenFilesAreCountedAsTwelveItems) {
   ScratchDir scratch;
@@ -196,8 +196,7 @@ TEST(HeaderScan, WalksEveryIncludeDirectoryAndSkipsMissingOnes) {
             run.tg->candidateKeywords);
   EXPECT_EQ(2u, run.tg->HeaderInventory.size());
   EXPECT_EQ(2u, run.tg->headerFiles.size());
-  EXPECT_NE(std::string::npos,
-            run.console.str().find("Scanning 4 files...\n"));
+  EXPECT_NE(std::string::npos, run.console.str().find("Scanning 4 files...\n"));
 }
 
 TEST(HeaderScan, NoDirectoriesScansNothingButTheTwoSteps) {
@@ -243,8 +242,7 @@ TEST(HeaderScan, BinaryRunsSkipTheFirstByteAndKeepTheLast127) {
   run.tg->ignoreKeywords = {"int"};
   run.tg->includeDirs = {scratch.work() + "/inc"};
   ScanAllDirectories(*run.tg);
-  EXPECT_EQ((StringSet{"b", std::string(127, 'x')}),
-            run.tg->candidateKeywords);
+  EXPECT_EQ((StringSet{"b", std::string(127, 'x')}), run.tg->candidateKeywords);
 }
 
 TEST(HeaderScan, PrintableFileWithOtherExtensionIsReadAsText) {
@@ -293,7 +291,7 @@ TEST(HeaderScan, IncludeLinesContributeNotEvenTheHeaderName) {
   EXPECT_EQ((StringSet{"__seen"}), run.tg->candidateKeywords);
 }
 
-// ---- Template keywords -----------------------------------------------------------
+// ---- Template keywords ----
 
 TEST(HeaderScan, TemplateTestSectionAddsItsLines) {
   ScratchDir scratch;
@@ -353,7 +351,7 @@ TEST(HeaderScan, MissingTemplateAddsNothing) {
   EXPECT_EQ(Names{}, log.NewLines());
 }
 
-// ---- Force-include tokens --------------------------------------------------------
+// ---- Force-include tokens ----
 
 TEST(HeaderScan, ForceIncludeTokensAreRemovedAndLogged) {
   ScratchDir scratch;
@@ -367,8 +365,8 @@ TEST(HeaderScan, ForceIncludeTokensAreRemovedAndLogged) {
             "int __reg3;\n");
   FakeRun run(true, true);
   run.tg->forceIncludePath = "fi.h";
-  run.tg->candidateKeywords = {"__before", "__reg1", "__reg2", "__reg3",
-                               "__tabbed", "int"};
+  run.tg->candidateKeywords = {"__before", "__reg1",   "__reg2",
+                               "__reg3",   "__tabbed", "int"};
   LogWatch log(*run.tg);
   RemoveForceIncludeTokens(*run.tg);
   EXPECT_EQ((StringSet{"__before", "__reg3", "__tabbed"}),
@@ -425,7 +423,7 @@ TEST(HeaderScan, ScanRemovesForceIncludeTokensAfterTemplateKeywords) {
             run.tg->candidateKeywords);
 }
 
-// ---- ScanFile --------------------------------------------------------------------
+// ---- ScanFile ----
 
 TEST(HeaderScan, ScanFileCountsLogsAndMergesOneFile) {
   ScratchDir scratch;

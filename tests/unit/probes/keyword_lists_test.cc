@@ -26,8 +26,7 @@ TEST(KeywordLists, PathsAreConfigSlashFileName) {
   EXPECT_EQ("config/c_replace_keywords.txt", kCReplaceKeywordsPath);
   EXPECT_EQ("config/cpp_replace_keywords.txt", kCppReplaceKeywordsPath);
   EXPECT_EQ("config/vell_extension_keywords.txt", kExtensionKeywordsPath);
-  EXPECT_EQ("config/builtin_replace_keywords.txt",
-            kBuiltinReplaceKeywordsPath);
+  EXPECT_EQ("config/builtin_replace_keywords.txt", kBuiltinReplaceKeywordsPath);
   EXPECT_EQ("config/context_keywords.txt", kContextKeywordsPath);
 }
 
@@ -144,7 +143,8 @@ static void write_marked_config() {
   WriteFile("config/ignore_keywords.txt", "ign\n");
   WriteFile("config/ignore_reserved_words.txt", "res\n");
   WriteFile("config/vell_extension_keywords.txt", "ext=e\n");
-  WriteFile("config/builtin_replace_keywords.txt", "__builtin_b=__builtin_b=0\n");
+  WriteFile("config/builtin_replace_keywords.txt",
+            "__builtin_b=__builtin_b=0\n");
   WriteFile("config/context_keywords.txt", "ctx\n");
 }
 
