@@ -93,38 +93,50 @@ void LineScanner::ScanText(std::string_view text) {
   pending_.clear();
 }
 
+// The position of the "*" of the first "*/" in `line` at or after `from`;
+// npos when the comment does not end on this line.
+static std::size_t comment_end(std::string_view line, std::size_t from) {
+  std::size_t star = line.find('*', from);
+  while (star != std::string_view::npos &&
+         (star + 1 == line.size() || line[star + 1] != '/')) {
+    star = line.find('*', star + 1);
+  }
+  return star;
+}
+
+// The position after the run of letters, digits and "_" that starts at
+// `from` in `line`.
+static std::size_t identifier_run_end(std::string_view line, std::size_t from) {
+  while (from < line.size() &&
+         kClasses.identifierChar[static_cast<unsigned char>(line[from])]) {
+    ++from;
+  }
+  return from;
+}
+
 void LineScanner::ScanLine(std::string_view line) {
-  const char* const text = line.data();
   const std::size_t size = line.size();
   // Whether the line holds "#include": -1 until a "#" needs the answer.
   int hasInclude = -1;
-  identifier_.clear();
   for (std::size_t position = 0; position < size; ++position) {
     if (state_ == ScanState::kRestOfLine) {
       break;
     }
     if (state_ == ScanState::kBlockComment) {
-      // Skip to the "*/" that ends the comment, or to the end of the line.
-      const char* star = static_cast<const char*>(
-          std::memchr(text + position, '*', size - position));
-      while (star != nullptr && (star + 1 == text + size || star[1] != '/')) {
-        ++star;
-        star = static_cast<const char*>(std::memchr(
-            star, '*', static_cast<std::size_t>(text + size - star)));
-      }
-      if (star == nullptr) {
+      const std::size_t close = comment_end(line, position);
+      if (close == std::string_view::npos) {
         break;
       }
       state_ = ScanState::kBetweenTokens;
-      position = static_cast<std::size_t>(star - text) + 1;
+      position = close + 1;
       continue;
     }
-    const unsigned char c = static_cast<unsigned char>(text[position]);
+    const unsigned char c = static_cast<unsigned char>(line[position]);
     if (c >= 128) {
       continue;
     }
     if (c == '/') {
-      const char next = position + 1 < size ? text[position + 1] : '\0';
+      const char next = position + 1 < size ? line[position + 1] : '\0';
       if (next == '*') {
         state_ = ScanState::kBlockComment;
       } else if (next == '/') {
@@ -143,12 +155,8 @@ void LineScanner::ScanLine(std::string_view line) {
     if (state_ == ScanState::kIdentifier ? kClasses.identifierChar[c]
                                          : kClasses.identifierStart[c]) {
       // Take the whole run of identifier characters at once.
-      std::size_t end = position + 1;
-      while (end < size &&
-             kClasses.identifierChar[static_cast<unsigned char>(text[end])]) {
-        ++end;
-      }
-      identifier_.append(text + position, end - position);
+      const std::size_t end = identifier_run_end(line, position + 1);
+      identifier_.append(line.data() + position, end - position);
       state_ = ScanState::kIdentifier;
       position = end - 1;
       continue;
@@ -165,6 +173,10 @@ void LineScanner::ScanLine(std::string_view line) {
     EndIdentifier();
     state_ = ScanState::kBetweenTokens;
   }
+  EndLine();
+}
+
+void LineScanner::EndLine() {
   // The end of the line ends an identifier, and with it a comment or string
   // that began after the identifier on this line.
   if (!identifier_.empty()) {

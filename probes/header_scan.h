@@ -117,6 +117,9 @@ class LineScanner {
  private:
   // Ends the identifier in progress: records it when it is not empty.
   void EndIdentifier();
+  // Applies the end-of-line rules: an identifier in progress is recorded
+  // (leaving any comment or string begun after it), a line comment ends.
+  void EndLine();
 
   const NameTable& ignore_;
   ScanState state_ = ScanState::kStart;
