@@ -14,8 +14,8 @@ int CountingShell::Run(const std::string& command) {
   }
   auto start = std::chrono::steady_clock::now();
   int status = inner_.Run(command);
-  seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                           start)
-                 .count();
+  seconds +=
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
   return status;
 }

@@ -51,8 +51,7 @@ static int native_alignment(TesselGen& tg, const TypeRecord& type) {
 // object of one, over 64. Failed compiles are not looked at: their sizes
 // take part as they are.
 static int32_t structure_size(TesselGen& tg, const std::string& prefix,
-                              const std::string& name,
-                              const AlignVariant& v) {
+                              const std::string& name, const AlignVariant& v) {
   const std::string head =
       prefix + "struct {char " + v.member + "; " + name + " d;} ";
   const std::string element =
@@ -105,10 +104,9 @@ std::string ClassifyAccessKeyword(TesselGen& tg, const std::string& keyword) {
                       nullptr)) {
     return "public";
   }
-  if (compileTypeTest(tg,
-                      member +
-                          "class Y : public X {void x(void) {int b = a;}};\n",
-                      nullptr, nullptr)) {
+  if (compileTypeTest(
+          tg, member + "class Y : public X {void x(void) {int b = a;}};\n",
+          nullptr, nullptr)) {
     return "protected";
   }
   return "private";

@@ -45,8 +45,8 @@ static std::vector<TypeRecord> intrinsic_list(TesselGen& tg) {
 
 void RunIntrinsicTypePass(TesselGen& tg, std::ostream& personality) {
   std::vector<TypeRecord> list = intrinsic_list(tg);
-  const std::string title = "Conducting Intrinsic Type Tests(" +
-                            std::to_string(list.size()) + ")...";
+  const std::string title =
+      "Conducting Intrinsic Type Tests(" + std::to_string(list.size()) + ")...";
   *tg.out << "\n" << title << std::endl;
   tg.log.info(title);
   tg.progressStart(static_cast<uint32_t>(list.size()));

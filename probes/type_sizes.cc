@@ -50,8 +50,7 @@ void SetupBasicTypes(TesselGen& tg) {
 
 // The "using the default value" message. Some failures print it with a
 // leading "~" and some without; both forms are part of the console text.
-static void report_default(TesselGen& tg, const std::string& name,
-                           bool tilde) {
+static void report_default(TesselGen& tg, const std::string& name, bool tilde) {
   *tg.out << (tilde ? "~" : "") << "Couldn't determine size of " << name
           << " - using the default value" << std::endl;
 }
@@ -75,8 +74,8 @@ static bool classify_type(TesselGen& tg, const std::string& prefix,
     report_default(tg, n, true);
     return false;
   }
-  if (!compileTypeTest(tg, prefix + kMainStart + n + " q;" + n +
-                               " p; p = 2*q;}\n",
+  if (!compileTypeTest(tg,
+                       prefix + kMainStart + n + " q;" + n + " p; p = 2*q;}\n",
                        nullptr, nullptr)) {
     type.kind = kPointerKind;
     return true;
@@ -94,8 +93,8 @@ static void native_size(TesselGen& tg, const std::string& prefix,
                         TypeRecord& type) {
   std::string source = kTypeTest + sourceExtension(tg);
   writeWholeFile(source, printfDeclaration(tg) + "\n" + prefix + "\n" +
-                             "int main() { printf(\"%d\", sizeof(" +
-                             type.name + ")); }\n");
+                             "int main() { printf(\"%d\", sizeof(" + type.name +
+                             ")); }\n");
   std::string program = std::string(kTypeTest) + kExeExt;
   // A failed build leaves an older program in place; it must not be run.
   std::remove(program.c_str());
@@ -173,8 +172,8 @@ static void cross_floating_size(TesselGen& tg, const std::string& prefix,
   }
   std::string object = readWholeFile(type_object());
   bool binary = S_OBJ_IS_BINARY != 0;
-  int bits = binary ? binary_float_bits(object)
-                    : text_float_bits(lower_case(object));
+  int bits =
+      binary ? binary_float_bits(object) : text_float_bits(lower_case(object));
   if (bits == 0) {
     report_default(tg, n, binary);
     return;
@@ -240,9 +239,9 @@ static void cross_integer_size(TesselGen& tg, const std::string& prefix,
     char hex[3];
     std::snprintf(hex, sizeof hex, "%02x", unique[attempt - 1].value);
     constant += hex;
-    if (!compileTypeTest(tg, prefix + n + " i = (" + n + ")" + constant +
-                                 suffix + ";\n",
-                         nullptr, nullptr)) {
+    if (!compileTypeTest(
+            tg, prefix + n + " i = (" + n + ")" + constant + suffix + ";\n",
+            nullptr, nullptr)) {
       break;
     }
     std::string object = read_object();
@@ -276,11 +275,10 @@ static void decide_signedness(TesselGen& tg, const std::string& prefix,
   if (type.kind == kIntegerKind && prefix.empty()) {
     // A signed type makes the array size negative and the compile fail.
     std::string signedText;
-    type.isUnsigned =
-        compileTypeTest(tg, "int a[(" + type.name + ")-1];\n", nullptr,
-                        &signedText)
-            ? 1
-            : 0;
+    type.isUnsigned = compileTypeTest(tg, "int a[(" + type.name + ")-1];\n",
+                                      nullptr, &signedText)
+                          ? 1
+                          : 0;
     if (type.isUnsigned == 0) {
       // An unsigned type whose all-ones value is too large for an array
       // bound fails too, but in the words used for the same-sized
@@ -302,8 +300,7 @@ static void decide_signedness(TesselGen& tg, const std::string& prefix,
   }
 }
 
-void FindTypeSize(TesselGen& tg, const std::string& prefix,
-                  TypeRecord& type) {
+void FindTypeSize(TesselGen& tg, const std::string& prefix, TypeRecord& type) {
   std::string p = prefix;
   if (type.personalityName == "codeptr") {
     p += kCodePtrTypedef;
@@ -331,8 +328,7 @@ const TypeRecord& MatchScalarType(TesselGen& tg, const TypeRecord& type) {
   const TypeRecord& fallback =
       tg.scalarTypes.empty() ? kPlainInt : tg.scalarTypes.front();
   *tg.out << "~Couldn't match type '" << type.name
-          << "' to any scalar type, using type " << fallback.name
-          << std::endl;
+          << "' to any scalar type, using type " << fallback.name << std::endl;
   return fallback;
 }
 
@@ -351,8 +347,7 @@ void RunScalarPass(TesselGen& tg, std::ostream& personality) {
     FindAlignment(tg, type);
     if (type.bits != 0) {
       personality << "-s " << type.personalityName << "=" << type.bits << "\n"
-                  << "-a " << type.personalityName << "=" << type.align
-                  << "\n";
+                  << "-a " << type.personalityName << "=" << type.align << "\n";
     }
     // Plain char's signedness, for the C analyser only.
     if (tg.isC && type.name == "char") {

@@ -37,8 +37,7 @@ std::set<std::string> ListTestDirectory(const TesselGen& tg,
 bool IdentifierLengthFails(TesselGen& tg, bool external, int length) {
   const std::string test = external ? kExternalTest : kInternalTest;
   removeMatching(tg, test);
-  const std::string same(static_cast<std::string::size_type>(length - 1),
-                         'a');
+  const std::string same(static_cast<std::string::size_type>(length - 1), 'a');
   std::string source;
   if (external) {
     source = "\nextern int " + same + "a;\nextern int " + same + "b;\n\n";

@@ -27,14 +27,13 @@ namespace {
 
 // The ten scalar types as sizeof and _Alignof see them, with the same
 // spellings the stage uses ("zorv_fun" needs its typedef).
-const char* const kTypes[10] = {"int",    "char",        "short", "long",
-                                "long long", "float",    "double",
-                                "long double", "int*",   "zorv_fun"};
+const char* const kTypes[10] = {"int",       "char",    "short",  "long",
+                                "long long", "float",   "double", "long double",
+                                "int*",      "zorv_fun"};
 const char* const kPersonalityNames[10] = {
     "int",   "char",   "short",   "long",    "longlong",
     "float", "double", "ldouble", "dataptr", "codeptr"};
-const char kPreamble[] =
-    "#include <stddef.h>\ntypedef void (*zorv_fun) ();\n";
+const char kPreamble[] = "#include <stddef.h>\ntypedef void (*zorv_fun) ();\n";
 
 // What a compiler says about its types.
 struct Truth {
@@ -67,12 +66,11 @@ std::string SourceName(const Compiler& cc) {
 // Whether the compiler tells apart two names of `length` characters that
 // differ in the last one.
 bool TellsApart(const Compiler& cc, bool external, int length) {
-  const std::string same(static_cast<std::string::size_type>(length - 1),
-                         'a');
+  const std::string same(static_cast<std::string::size_type>(length - 1), 'a');
   const std::string decl = external ? "extern int " : "int ";
   const std::string body = decl + same + "a;\n" + decl + same + "b;\n";
-  tessel_test::WriteFile(
-      SourceName(cc), external ? body : "void f(void) {\n" + body + "}\n");
+  tessel_test::WriteFile(SourceName(cc),
+                         external ? body : "void f(void) {\n" + body + "}\n");
   return RunProcess(cc.exe + " " + cc.switches + " -c " + SourceName(cc) +
                     " -o truth" + cc.objExt)
              .exitCode == 0;
@@ -101,8 +99,8 @@ int ReportedLimit(int limit) {
 
 // Natively: a program prints every value.
 bool NativeTruth(const Compiler& cc, Truth* truth) {
-  std::string source = std::string(kPreamble) + "#include <stdio.h>\n" +
-                       "int main(void) {\n";
+  std::string source =
+      std::string(kPreamble) + "#include <stdio.h>\n" + "int main(void) {\n";
   const std::string alignOf = cc.isC ? "_Alignof(" : "alignof(";
   for (const char* type : kTypes) {
     source += std::string("  printf(\"%d %d\\n\", (int)sizeof(") + type +
@@ -161,8 +159,10 @@ int StaticValue(const Compiler& cc, const std::string& expr) {
 Truth CrossTruth(const Compiler& cc) {
   Truth truth;
   for (int i = 0; i < 10; ++i) {
-    truth.bits[i] = StaticValue(cc, std::string("sizeof(") + kTypes[i] + ")") * 8;
-    truth.align[i] = StaticValue(cc, std::string("_Alignof(") + kTypes[i] + ")");
+    truth.bits[i] =
+        StaticValue(cc, std::string("sizeof(") + kTypes[i] + ")") * 8;
+    truth.align[i] =
+        StaticValue(cc, std::string("_Alignof(") + kTypes[i] + ")");
   }
   truth.charUnsigned = StaticHolds(cc, "(char)-1 > 0");
   truth.sizeTBits = StaticValue(cc, "sizeof(size_t)") * 8;
@@ -213,12 +213,12 @@ std::string ExpectedLines(const Truth& t, bool isC, bool wcharLine,
 // directories beside it; prints the compile count and time.
 struct StageRun {
   StageRun(const Compiler& cc, bool cross, const std::string& label) {
-    RunProcess("cp -R " + ShellQuote(std::string(tessel_test::kSourceDir) +
-                                     "/data/c_tests") +
-               " " +
-               ShellQuote(std::string(tessel_test::kSourceDir) +
-                          "/data/cpp_tests") +
-               " ..");
+    RunProcess(
+        "cp -R " +
+        ShellQuote(std::string(tessel_test::kSourceDir) + "/data/c_tests") +
+        " " +
+        ShellQuote(std::string(tessel_test::kSourceDir) + "/data/cpp_tests") +
+        " ..");
     reset_globals_for_testing();
     tg = std::make_unique<TesselGen>(cc.isC ? "vellc" : "vellcpp",
                                      cross ? "ccmp" : "cmp", cc.exe, "-o ",
@@ -236,9 +236,9 @@ struct StageRun {
     }
     SetupBasicTypes(*tg);
     RunTypeTests(*tg, personality);
-    double seconds = std::chrono::duration<double>(
-                         std::chrono::steady_clock::now() - start)
-                         .count();
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+            .count();
     std::cout << "[ figures  ] " << label << ": " << shell.compiles
               << " compiles in " << seconds << " s\n";
   }
@@ -394,6 +394,5 @@ TEST(TypeProbingReal, SdccTextObjects) {
       "-ex anonmember\n-ex binconst\n-ex bool\n-ex desiginit\n"
       "-ex flexarray\n-ex inline\n-ex linecomment\n-ex longlong\n"
       "-ex mixeddecl\n-ex varmacro\n-ex zeroarray\n";
-  EXPECT_EQ(ExpectedLines(expected, true, true, lines),
-            run.personality.str());
+  EXPECT_EQ(ExpectedLines(expected, true, true, lines), run.personality.str());
 }

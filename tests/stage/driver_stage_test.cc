@@ -31,7 +31,6 @@ bool AnyInvocationMentions(const std::string& word) {
 
 }  // namespace
 
-
 // A native fake compiler: its hello-world program passes the host check and
 // every other program prints 4, a size the type stage can read.
 const char kNativeRules[] =

@@ -224,7 +224,6 @@ std::string MaskedLog() {
 
 // ---- version, usage and short command lines --------------------------------
 
-
 // A native fake compiler: its hello-world program passes the host check and
 // every other program prints 4, a size the type stage can read.
 const char kNativeRules[] =

@@ -21,7 +21,8 @@ namespace fs = std::filesystem;
 ScratchDir::ScratchDir(const std::string& subdir) {
   std::error_code ec;
   previous_ = fs::current_path(ec).string();
-  std::string pattern = (fs::temp_directory_path(ec) / "tessel_XXXXXX").string();
+  std::string pattern =
+      (fs::temp_directory_path(ec) / "tessel_XXXXXX").string();
   std::vector<char> buffer(pattern.begin(), pattern.end());
   buffer.push_back('\0');
   if (mkdtemp(buffer.data()) == nullptr) {
@@ -105,11 +106,12 @@ ProcessResult RunProcess(const std::string& command) {
   int errFd = mkstemp(errName);
   close(outFd);
   close(errFd);
-  std::string full = "( " + command + " ) </dev/null >" + outName + " 2>" +
-                     errName;
+  std::string full =
+      "( " + command + " ) </dev/null >" + outName + " 2>" + errName;
   int status = std::system(full.c_str());
   ProcessResult result;
-  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  result.exitCode =
+      WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   result.out = ReadFile(outName);
   result.err = ReadFile(errName);
   std::remove(outName);
@@ -129,10 +131,9 @@ std::vector<std::string> FakeInvocations() {
 
 FakeRun::FakeRun(bool isC, bool cross) {
   reset_globals_for_testing();
-  tg = std::make_unique<TesselGen>(isC ? "vellc" : "vellcpp",
-                                   cross ? "ccmp" : "cmp", kFakeCc, "-o", "-c",
-                                   "-D", ".o", "%c %j %d%s %o%e", shell,
-                                   FrozenClock);
+  tg = std::make_unique<TesselGen>(
+      isC ? "vellc" : "vellcpp", cross ? "ccmp" : "cmp", kFakeCc, "-o", "-c",
+      "-D", ".o", "%c %j %d%s %o%e", shell, FrozenClock);
   tg->out = &console;
   tg->err = &console;
   S_OBJEXT = ".o";

@@ -49,8 +49,9 @@ TEST(TypeAlignmentStage, CompileOnlySourcesAreOneAndSixtyFiveElements) {
                              "{{\"\", (short)1}};\n----\n"
                              "struct {char c[1]; short d;} x[65] = "
                              "{{\"\", (short)1}\n,{\"\", (short)1}\n"));
-  std::string many = "struct {char c[8]; short d;} x[65] = "
-                     "{{\"AAAAAAA\", (short)1}\n";
+  std::string many =
+      "struct {char c[8]; short d;} x[65] = "
+      "{{\"AAAAAAA\", (short)1}\n";
   for (int i = 0; i < 64; ++i) {
     many += ",{\"AAAAAAA\", (short)1}\n";
   }
@@ -151,8 +152,9 @@ TEST(TypeAlignmentStage, AccessKeywordProtectedReachedFromDerivedClass) {
   ScratchDir scratch;
   FakeRun run(false, true);
   WriteFakeRules(TypeModelRules(
-      "", "custom_rule() { has 'x.a = 3' && fail 'error: protected'; "
-          "return 0; }\n"));
+      "",
+      "custom_rule() { has 'x.a = 3' && fail 'error: protected'; "
+      "return 0; }\n"));
   EXPECT_EQ("protected", ClassifyAccessKeyword(*run.tg, "prot"));
   EXPECT_EQ(3, run.shell.compiles);
   EXPECT_NE(std::string::npos,

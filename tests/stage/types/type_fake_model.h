@@ -18,8 +18,8 @@ namespace tessel_test {
 /// With TEXT_OBJECTS=1 the objects are text: hex bytes in a "T" line.
 /// Set NO_LL=1 to reject "1LL". `settings` may define a bash function
 /// `custom_rule` that is asked first and returns 0 when it has handled the
-/// source (calling fail, object_bytes, ...). Every compiled source is appended to
-/// "sources.log", each followed by a line "----".
+/// source (calling fail, object_bytes, ...). Every compiled source is appended
+/// to "sources.log", each followed by a line "----".
 inline std::string TypeModelRules(const std::string& table,
                                   const std::string& settings = "") {
   return settings + R"BASH(
@@ -72,7 +72,8 @@ re_float="$T i\\[2\\] = \\{"
 re_value="$T i = \\([^)]*\\)(0x[0-9a-f]+|1)(LL|L)?;"
 re_array_u="int a\\[\\(unsigned $T\\)-1\\];"
 re_array="int a\\[\\($T\\)-1\\];"
-)BASH" + table + R"BASH(
+)BASH" + table +
+         R"BASH(
 if declare -F custom_rule >/dev/null && custom_rule; then
   :
 elif [ "$FAKE_MODE" = program ]; then

@@ -83,10 +83,10 @@ TEST(TypeKeywordsStage, CppWcharFromHeaderWhenNotBuiltIn) {
 TEST(TypeKeywordsStage, CWcharMissingEverywhereFailsWithoutLine) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  WriteFakeRules(TypeModelRules(
-      "model_type long 8 8 1 i\n"
-      "model_type size_t 8 8 0 i '#include <stdio.h>'\n"
-      "model_type ptrdiff_t 8 8 1 i '#include <stdlib.h>'\n"));
+  WriteFakeRules(
+      TypeModelRules("model_type long 8 8 1 i\n"
+                     "model_type size_t 8 8 0 i '#include <stdio.h>'\n"
+                     "model_type ptrdiff_t 8 8 1 i '#include <stdlib.h>'\n"));
   LearnScalarTypes(run);
   run.console.str("");
   std::ostringstream personality;
@@ -98,18 +98,19 @@ TEST(TypeKeywordsStage, CWcharMissingEverywhereFailsWithoutLine) {
   const std::string missing = " - using the default value\n";
   EXPECT_EQ(
       "\nConducting Intrinsic Type Tests(3)...\n[  0%]~[ 33%]"
-      "~Couldn't determine size of size_t" + missing +
-      "~[ 66%]"
-      "~Couldn't determine size of ptrdiff_t" + missing +
-      "~Couldn't determine size of ptrdiff_t" + missing +
-      "~[100%]"
-      "~Couldn't determine size of wchar_t" + missing +
-      "~Couldn't determine size of wchar_t" + missing +
-      "~Couldn't determine size of wchar_t" + missing +
-      "~Couldn't determine size of wchar_t" + missing +
-      "wchar_t test failed, wchar_t may not be a type, however if it is "
-      "please check that stddef.h/stdio.h/stdlib.h exists and is on the "
-      "compile path\n~\n",
+      "~Couldn't determine size of size_t" +
+          missing +
+          "~[ 66%]"
+          "~Couldn't determine size of ptrdiff_t" +
+          missing + "~Couldn't determine size of ptrdiff_t" + missing +
+          "~[100%]"
+          "~Couldn't determine size of wchar_t" +
+          missing + "~Couldn't determine size of wchar_t" + missing +
+          "~Couldn't determine size of wchar_t" + missing +
+          "~Couldn't determine size of wchar_t" + missing +
+          "wchar_t test failed, wchar_t may not be a type, however if it is "
+          "please check that stddef.h/stdio.h/stdlib.h exists and is on the "
+          "compile path\n~\n",
       run.console.str());
 }
 
@@ -117,9 +118,9 @@ TEST(TypeKeywordsStage, BareIntrinsicNameUsesArrayBoundSignedness) {
   ScratchDir scratch;
   FakeRun run(true, false);
   WriteFakeRules(TypeModelRules(std::string(kIlp32LongLong) +
-                                "model_type size_t 4 4 0 i\n"
-                                "model_type ptrdiff_t 4 4 0 i\n"
-                                "model_type wchar_t 2 2 1 i\n",
+                                    "model_type size_t 4 4 0 i\n"
+                                    "model_type ptrdiff_t 4 4 0 i\n"
+                                    "model_type wchar_t 2 2 1 i\n",
                                 "custom_rule() { has '#include' && "
                                 "fail 'fatal error: no headers'; return 1; "
                                 "}\n"));
@@ -138,11 +139,11 @@ TEST(TypeKeywordsStage, BareIntrinsicNameUsesArrayBoundSignedness) {
 TEST(TypeKeywordsStage, SixtyFourBitIntrinsicIsWrittenAsLonglong) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  WriteFakeRules(TypeModelRules(
-      std::string(kIlp32LongLong) +
-      "model_type size_t 8 8 0 i '#include <stddef.h>'\n"
-      "model_type ptrdiff_t 4 4 1 i '#include <stddef.h>'\n"
-      "model_type wchar_t 2 2 0 i '#include <stddef.h>'\n"));
+  WriteFakeRules(
+      TypeModelRules(std::string(kIlp32LongLong) +
+                     "model_type size_t 8 8 0 i '#include <stddef.h>'\n"
+                     "model_type ptrdiff_t 4 4 1 i '#include <stddef.h>'\n"
+                     "model_type wchar_t 2 2 0 i '#include <stddef.h>'\n"));
   LearnScalarTypes(run);
   std::ostringstream personality;
   RunIntrinsicTypePass(*run.tg, personality);
@@ -163,8 +164,7 @@ TEST(TypeKeywordsStage, CKeywordOfSixtyFourBitsIsLongLongWithExtension) {
   LearnScalarTypes(run);
   run.console.str("");
   std::ostringstream personality;
-  RunKeywordTypePass(*run.tg, {"__uint64", "__int8", "__int64"},
-                     personality);
+  RunKeywordTypePass(*run.tg, {"__uint64", "__int8", "__int64"}, personality);
   EXPECT_EQ(
       "-d \"__int64=long long\"\n"
       "-ex longlong\n"

@@ -131,21 +131,21 @@ TEST(TypeSizesStage, CrossScalarPassReadsTextObjects) {
   S_OBJ_IS_BINARY = 0;
   // A small 8-bit target: 16-bit int and pointers, 32-bit double, unsigned
   // char, everything aligned to 1.
-  WriteFakeRules(TypeModelRules(
-      "model_type int 2 1 1 i\n"
-      "model_type char 1 1 0 i\n"
-      "model_type short 2 1 1 i\n"
-      "model_type long 4 1 1 i\n"
-      "model_type 'long long' 8 1 1 i\n"
-      "model_type float 4 1 1 f\n"
-      "model_type double 4 1 1 f\n"
-      "model_type 'long double' 4 1 1 f\n"
-      "model_type 'int*' 3 1 0 p\n"
-      "model_type zorv_fun 2 1 0 p 'typedef void (*zorv_fun)'\n"
-      "model_type size_t 2 1 0 i '#include <stddef.h>'\n"
-      "model_type ptrdiff_t 2 1 1 i '#include <stddef.h>'\n"
-      "model_type wchar_t 1 1 0 i '#include <stddef.h>'\n",
-      "TEXT_OBJECTS=1\n"));
+  WriteFakeRules(
+      TypeModelRules("model_type int 2 1 1 i\n"
+                     "model_type char 1 1 0 i\n"
+                     "model_type short 2 1 1 i\n"
+                     "model_type long 4 1 1 i\n"
+                     "model_type 'long long' 8 1 1 i\n"
+                     "model_type float 4 1 1 f\n"
+                     "model_type double 4 1 1 f\n"
+                     "model_type 'long double' 4 1 1 f\n"
+                     "model_type 'int*' 3 1 0 p\n"
+                     "model_type zorv_fun 2 1 0 p 'typedef void (*zorv_fun)'\n"
+                     "model_type size_t 2 1 0 i '#include <stddef.h>'\n"
+                     "model_type ptrdiff_t 2 1 1 i '#include <stddef.h>'\n"
+                     "model_type wchar_t 1 1 0 i '#include <stddef.h>'\n",
+                     "TEXT_OBJECTS=1\n"));
   SetupBasicTypes(*run.tg);
   std::ostringstream personality;
   RunScalarPass(*run.tg, personality);
@@ -392,10 +392,11 @@ TEST(TypeSizesStage, FewerThanEightUniqueBytesInBinaryObject) {
       all += hex;
     }
   }
-  WriteFakeRules(TypeModelRules(Lp64Table(), "custom_rule() { has 'i = "
-                                             "(int)1;' || return 1; "
-                                             "object_bytes '" +
-                                                 all + "'; }\n"));
+  WriteFakeRules(TypeModelRules(Lp64Table(),
+                                "custom_rule() { has 'i = "
+                                "(int)1;' || return 1; "
+                                "object_bytes '" +
+                                    all + "'; }\n"));
   EXPECT_EQ(0, Sized(run, "int").bits);
   EXPECT_EQ(
       "Couldn't determine size of int - using the default value\n"
@@ -413,9 +414,11 @@ TEST(TypeSizesStage, FewerThanEightUniqueBytesInTextObject) {
     std::snprintf(hex, sizeof hex, "%02X ", v);
     all += hex;
   }
-  WriteFakeRules(TypeModelRules(
-      Lp64Table(), "custom_rule() { has 'i = (int)1;' || return 1; "
-                   "object_text '" + all + "'; }\n"));
+  WriteFakeRules(
+      TypeModelRules(Lp64Table(),
+                     "custom_rule() { has 'i = (int)1;' || return 1; "
+                     "object_text '" +
+                         all + "'; }\n"));
   EXPECT_EQ(0, Sized(run, "int").bits);
   EXPECT_EQ(
       "Couldn't find 8 unique bytes!\n"
@@ -442,18 +445,18 @@ TEST(TypeSizesStage, MissingNativeProgramHasNoTilde) {
 TEST(TypeSizesStage, NativeOutputIsReadAsALeadingDecimalNumber) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  WriteFakeRules(TypeModelRules(
-      Lp64Table(), "custom_rule() { [ $FAKE_MODE = program ] || "
-                   "return 1; program_prints '  2 bytes'; }\n"));
+  WriteFakeRules(TypeModelRules(Lp64Table(),
+                                "custom_rule() { [ $FAKE_MODE = program ] || "
+                                "return 1; program_prints '  2 bytes'; }\n"));
   EXPECT_EQ(16, Sized(run, "short").bits);
 }
 
 TEST(TypeSizesStage, NativeOutputWithoutNumberEndsInStoiError) {
   ScratchDir scratch;
   FakeRun run(true, false);
-  WriteFakeRules(TypeModelRules(
-      Lp64Table(), "custom_rule() { [ $FAKE_MODE = program ] || "
-                   "return 1; program_prints 'two'; }\n"));
+  WriteFakeRules(TypeModelRules(Lp64Table(),
+                                "custom_rule() { [ $FAKE_MODE = program ] || "
+                                "return 1; program_prints 'two'; }\n"));
   EXPECT_THROW(Sized(run, "short"), std::invalid_argument);
 }
 
@@ -487,9 +490,9 @@ TEST(TypeSizesStage, PrefixDecidesSignednessByName) {
   ScratchDir scratch;
   FakeRun run(true, false);
   // The model says signed, but with a prefix the name decides.
-  WriteFakeRules(TypeModelRules(
-      "model_type size_t 8 8 1 i\nmodel_type ptrdiff_t 8 8 0 i\n"
-      "model_type wchar_t 4 4 1 i\nmodel_type myint 4 4 0 i\n"));
+  WriteFakeRules(
+      TypeModelRules("model_type size_t 8 8 1 i\nmodel_type ptrdiff_t 8 8 0 i\n"
+                     "model_type wchar_t 4 4 1 i\nmodel_type myint 4 4 0 i\n"));
   const std::string prefix = "#include <stddef.h>\n";
   EXPECT_EQ(1, Sized(run, "size_t", prefix).isUnsigned);
   EXPECT_EQ(0, Sized(run, "ptrdiff_t", prefix).isUnsigned);

@@ -60,8 +60,7 @@ TEST(TypeTestRunStage, CompilerKeepingAllCharactersNeedsOneProbeEach) {
   const std::string a16383(16383, 'a');
   EXPECT_EQ("\nextern int " + a16383 + "a;\nextern int " + a16383 + "b;\n\n",
             ReadFile("tmp_id_e_test.c"));
-  EXPECT_EQ("int main(void) {\nint " + a16383 + "a;\nint " + a16383 +
-                "b;\n}\n",
+  EXPECT_EQ("int main(void) {\nint " + a16383 + "a;\nint " + a16383 + "b;\n}\n",
             ReadFile("tmp_id_i_test.c"));
 }
 
@@ -117,9 +116,9 @@ TEST(TypeTestRunStage, StageWritesLinesInOrderWithDirectoryResultsLast) {
   ScratchDir scratch("work");
   FakeRun run(true, false);
   // The fake accepts everything but sources holding "REJECT".
-  WriteFakeRules(
-      TypeModelRules(Lp64Table() + "", IdentifierLimitRule(16384) +
-                                           "has REJECT && fail 'error: no'\n"));
+  WriteFakeRules(TypeModelRules(
+      Lp64Table() + "",
+      IdentifierLimitRule(16384) + "has REJECT && fail 'error: no'\n"));
   WriteFile("../c_tests/b_value.c",
             "/* Error:\n * Success:-zz 4\n */\nint b;\n");
   WriteFile("../c_tests/a_ext.c",
@@ -149,9 +148,9 @@ TEST(TypeTestRunStage, StageWritesLinesInOrderWithDirectoryResultsLast) {
   EXPECT_EQ(0u, text.find("-s int=32\n-a int=4\n-s char=8\n"));
   EXPECT_EQ(0u, run.console.str().find("Conduct Vell Tests...\n\n"
                                        "Conducting Scalar Type Tests(10)..."));
-  EXPECT_NE(std::string::npos,
-            ReadFile(run.tg->log.fileName())
-                .find("[WARN] Conduct Vell Tests...\n"));
+  EXPECT_NE(
+      std::string::npos,
+      ReadFile(run.tg->log.fileName()).find("[WARN] Conduct Vell Tests...\n"));
   // The six test files, each compiled once, in name order; the .txt never.
   std::vector<std::string> calls = FakeInvocations();
   ASSERT_GE(calls.size(), 6u);
