@@ -5,7 +5,34 @@
 
 class TesselGen;
 
-/// Finds which candidates the compiler treats as keywords.
+/// Numbers the functions and namespaces that the typedef emitters write, so
+/// that every emitted definition in one test file has a name of its own.
+/// Starts at 0, counts across the whole run and is only reset by
+/// `reset_globals_for_testing()`.
+extern unsigned int S_TEST_NUMBER;
+
+/// The text that uses `kw` as an object name: "#ifndef kw", "int kw[1];",
+/// "#endif", each ended by a newline. The guard keeps a candidate that is a
+/// macro from breaking the file.
+std::string PrintKeywords(const std::string& kw);
+
+/// One line "void funcN( kw) int kw; {}" that uses `kw` as the parameter
+/// name of an old-style C definition, N being `S_TEST_NUMBER`, which it
+/// then advances so that the next definition gets another name.
+std::string PrintTypedefsC(const std::string& kw);
+
+/// Two lines that use `kw` as a function in a namespace and call it with a
+/// class argument (the C++ form of the test), numbered with
+/// `S_TEST_NUMBER`, which it then advances.
+std::string PrintTypedefsCPP(const std::string& kw);
+
+/// Finds which of `tg.candidateKeywords` the compiler treats as keywords:
+/// compiles the candidates as ordinary names in large groups, halves the
+/// groups that fail round by round, and puts every candidate that still
+/// fails alone (without a complaint that it is already declared) into
+/// `tg.extensionKeywordsFound`. For C++ it first sets
+/// `tg.limitedCppSupport` when the compiler cannot build the class and
+/// namespace test. Writes nothing to the personality.
 void ScanExtensionKeywords(TesselGen& tg);
 
 #endif  // TESSEL_PROBES_EXTENSION_KEYWORDS_H_
