@@ -33,8 +33,7 @@ std::string trimmed(const std::string& keyword) {
 
 bool decoratedStandardKeyword(const TesselGen& tg, const std::string& keyword,
                               std::string* standard) {
-  if (keyword.empty() ||
-      (keyword.front() != '_' && keyword.back() != '_')) {
+  if (keyword.empty() || (keyword.front() != '_' && keyword.back() != '_')) {
     return false;
   }
   std::string stripped = trimmed(keyword);
@@ -172,8 +171,7 @@ static void decide_keyword(TesselGen& tg, const std::set<std::string>& tests,
   }
 }
 
-ContextKeywordFindings DecideContextKeywords(TesselGen& tg,
-                                             bool contextMode) {
+ContextKeywordFindings DecideContextKeywords(TesselGen& tg, bool contextMode) {
   tg.log.info(std::string("Conducting ") +
               (contextMode ? "Context Dependent " : "") + "Keyword Tests");
   const std::set<std::string> tests =
@@ -186,11 +184,10 @@ ContextKeywordFindings DecideContextKeywords(TesselGen& tg,
   }
   if (!tg.isC) {
     std::set<std::string> kept;
-    std::set_difference(tg.extensionKeywordsFound.begin(),
-                        tg.extensionKeywordsFound.end(),
-                        tg.ignoreReservedWords.begin(),
-                        tg.ignoreReservedWords.end(),
-                        std::inserter(kept, kept.end()));
+    std::set_difference(
+        tg.extensionKeywordsFound.begin(), tg.extensionKeywordsFound.end(),
+        tg.ignoreReservedWords.begin(), tg.ignoreReservedWords.end(),
+        std::inserter(kept, kept.end()));
     tg.extensionKeywordsFound = kept;
   }
   tg.progressStart(static_cast<uint32_t>(tg.extensionKeywordsFound.size()));

@@ -20,15 +20,13 @@ const char kTestBase[] = "tmp_cmpext_test";
 
 // The compiler messages that show a candidate is a name the compiler
 // declares itself, looked for in this order.
-const char* const kBuiltinMessages[] = {"redefinition",
-                                        "declaration is incompatible",
-                                        "redeclaration of"};
+const char* const kBuiltinMessages[] = {
+    "redefinition", "declaration is incompatible", "redeclaration of"};
 
 }  // namespace
 
 std::string PrintKeywords(const std::string& kw) {
-  return std::string(kIfndef) + kw + "\nint " + kw + "[1];\n" + kEndif +
-         "\n";
+  return std::string(kIfndef) + kw + "\nint " + kw + "[1];\n" + kEndif + "\n";
 }
 
 std::string PrintTypedefsC(const std::string& kw) {
@@ -150,8 +148,8 @@ void ScanExtensionKeywords(TesselGen& tg) {
 
   // One progress item per round: 1 + log2 of the starting group size.
   int groupSize = tg.reducedFileSize ? 1024 : 4096;
-  tg.progressStart(static_cast<uint32_t>(
-      std::log10(groupSize) / 0.3010299956639812 + 1));
+  tg.progressStart(
+      static_cast<uint32_t>(std::log10(groupSize) / 0.3010299956639812 + 1));
   while (groupSize != 0) {
     tg.log.info("\tNumber is now: " + std::to_string(groupSize));
     if (static_cast<std::size_t>(groupSize) <= suspects.size()) {

@@ -118,14 +118,14 @@ TEST(ContextKeywordsStage, FirstTestThatCompilesDecidesAndEndsTheTests) {
   EXPECT_EQ(Lines_t({"-d \"__one=first\"", "-d \"__two=second\"", kFixedC1,
                      kFixedC2}),
             found.lines);
-  EXPECT_EQ(std::vector<std::string>(
-                {"-c -DXXX=__one ../c_keyword_tests/a_first.c "
-                 "-o../c_keyword_tests/a_first.o",
-                 "-c -DXXX=__two ../c_keyword_tests/a_first.c "
-                 "-o../c_keyword_tests/a_first.o",
-                 "-c -DXXX=__two ../c_keyword_tests/b_second.c "
-                 "-o../c_keyword_tests/b_second.o"}),
-            FakeInvocations());
+  EXPECT_EQ(
+      std::vector<std::string>({"-c -DXXX=__one ../c_keyword_tests/a_first.c "
+                                "-o../c_keyword_tests/a_first.o",
+                                "-c -DXXX=__two ../c_keyword_tests/a_first.c "
+                                "-o../c_keyword_tests/a_first.o",
+                                "-c -DXXX=__two ../c_keyword_tests/b_second.c "
+                                "-o../c_keyword_tests/b_second.o"}),
+      FakeInvocations());
   EXPECT_EQ("[  0%]~[ 50%]~[100%]~\n", run.console.str());
 }
 
@@ -242,17 +242,16 @@ TEST(ContextKeywordsStage, CppVerdictsNeverConsultExtensionKeywords) {
   WriteKeywordTest(dir, "k1_register.cpp", "decl", "XXX = 1;");
   WriteKeywordTest(dir, "k2_paren.cpp", "kiv_ignore_paren", "XXX((x))");
   WriteKeywordTest(dir, "k3_qualifier.cpp", "", "const XXX int v = 1;");
-  WriteFakeRules(RulesAccepting({"k1_register.cpp:SFR1",
-                                 "k2_paren.cpp:__attribute__",
-                                 "k3_qualifier.cpp:__inline",
-                                 "k3_qualifier.cpp:__far"}));
+  WriteFakeRules(
+      RulesAccepting({"k1_register.cpp:SFR1", "k2_paren.cpp:__attribute__",
+                      "k3_qualifier.cpp:__inline", "k3_qualifier.cpp:__far"}));
   run.tg->languageKeywords = {"inline"};
   run.tg->extensionKeywords = {{"inline", "inline"}, {"far", "far"}};
   run.tg->extensionKeywordsFound = {"SFR1", "__attribute__", "__far",
                                     "__inline"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-sd \"__attribute__=kiv_ignore_paren\"",
-                     "-sd \"__far=\"", "-sd \"__inline=inline\"",
+  EXPECT_EQ(Lines_t({"-sd \"__attribute__=kiv_ignore_paren\"", "-sd \"__far=\"",
+                     "-sd \"__inline=inline\"",
                      "-sd \"_kiv_null_expression=0 kiv_ignore_paren\"",
                      "-sd kiv_ignore_paren=_ignore_paren"}),
             found.lines);
@@ -290,8 +289,7 @@ TEST(ContextKeywordsStage, CKeywordThatFitsNowhereIsReplacedOrReviewed) {
   run.tg->languageKeywords = {"volatile"};
   run.tg->replaceKeywords = {{"__str", "_KIV_STRINGIFY(x)"},
                              {"__seg", "__far"}};
-  run.tg->extensionKeywordsFound = {"__weird", "__str", "__seg",
-                                    "__volatile"};
+  run.tg->extensionKeywordsFound = {"__weird", "__str", "__seg", "__volatile"};
   std::ostringstream personality;
   ScanContextKeywords(*run.tg, personality, false);
   EXPECT_EQ(
@@ -304,10 +302,10 @@ TEST(ContextKeywordsStage, CKeywordThatFitsNowhereIsReplacedOrReviewed) {
       "-d kiv_ignore_paren=_ignore_paren\n",
       personality.str());
   EXPECT_EQ(std::vector<std::string>({"-d __weird="}), run.tg->ReviewLines);
-  EXPECT_EQ((std::map<std::string, std::string>{{"__seg", "__far"},
-                                                {"__str", "_KIV_STRINGIFY(x)"},
-                                                {"__weird", ""}}),
-            run.tg->replaceKeywords);
+  EXPECT_EQ(
+      (std::map<std::string, std::string>{
+          {"__seg", "__far"}, {"__str", "_KIV_STRINGIFY(x)"}, {"__weird", ""}}),
+      run.tg->replaceKeywords);
   EXPECT_EQ(0, run.shell.compiles);
 }
 
@@ -332,10 +330,10 @@ TEST(ContextKeywordsStage, CppReservedWordsAreRemovedBeforeTheTests) {
   run.tg->extensionKeywordsFound = {"alignas", "__kw"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
   EXPECT_EQ(std::set<std::string>({"__kw"}), run.tg->extensionKeywordsFound);
-  EXPECT_EQ(std::vector<std::string>(
-                {"-c -DXXX=__kw ../cpp_keyword_tests/k.cpp "
-                 "-o../cpp_keyword_tests/k.o"}),
-            FakeInvocations());
+  EXPECT_EQ(
+      std::vector<std::string>({"-c -DXXX=__kw ../cpp_keyword_tests/k.cpp "
+                                "-o../cpp_keyword_tests/k.o"}),
+      FakeInvocations());
   EXPECT_EQ("[  0%]~[100%]~\n", run.console.str());
 }
 

@@ -8,8 +8,8 @@
 
 #include "tests/support/test_support.h"
 
-using tessel_test::FakeRun;
 using tessel_test::FakeInvocations;
+using tessel_test::FakeRun;
 using tessel_test::Lines;
 using tessel_test::ReadFile;
 using tessel_test::ScratchDir;
@@ -139,9 +139,10 @@ TEST(ExtensionKeywordsStage, KeywordIsFoundByHalvingTheFailedGroups) {
   // 1: __kw fails, alpha passes.
   EXPECT_EQ(5, run.shell.compiles);
   EXPECT_EQ(std::set<std::string>({"__kw"}), run.tg->extensionKeywordsFound);
-  EXPECT_EQ("void func9( alpha) int alpha; {}\n#ifndef alpha\nint alpha[1];\n"
-            "#endif\n",
-            ReadFile("tmp_cmpext_test.c"));
+  EXPECT_EQ(
+      "void func9( alpha) int alpha; {}\n#ifndef alpha\nint alpha[1];\n"
+      "#endif\n",
+      ReadFile("tmp_cmpext_test.c"));
   EXPECT_EQ(std::string("\nScanning for compiler extension keywords...\n") +
                 kThirteenSteps,
             run.console.str());

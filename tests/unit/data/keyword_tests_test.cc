@@ -1,9 +1,8 @@
 // The shipped keyword test directories: every file is a position test whose
 // header lines the harness reads as "no failure message", the verdict, and
 // "not a program".
-#include <gtest/gtest.h>
-
 #include <dirent.h>
+#include <gtest/gtest.h>
 
 #include <map>
 #include <string>
