@@ -20,7 +20,7 @@ using tessel_test::WriteFile;
 
 namespace {
 
-using Lines_t = std::set<std::string>;
+using LineSet = std::set<std::string>;
 
 const char kFixedC1[] = "-d \"_kiv_null_expression=0 kiv_ignore_paren\"";
 const char kFixedC2[] = "-d kiv_ignore_paren=_ignore_paren";
@@ -100,7 +100,7 @@ TEST(ContextKeywordsStage, ContextModeUsesItsOwnDirectoryAndNoFixedLines) {
   WriteFakeRules(RulesAccepting({"a.c:__k"}));
   run.tg->extensionKeywordsFound = {"__k"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, true);
-  EXPECT_EQ(Lines_t({"-d \"__k=context\""}), found.lines);
+  EXPECT_EQ(LineSet({"-d \"__k=context\""}), found.lines);
   EXPECT_TRUE(Logged(run, "[INFO] Conducting Context Dependent Keyword Tests"));
 }
 
@@ -115,7 +115,7 @@ TEST(ContextKeywordsStage, FirstTestThatCompilesDecidesAndEndsTheTests) {
       {"a_first.c:__one", "b_second.c:__one", "b_second.c:__two"}));
   run.tg->extensionKeywordsFound = {"__one", "__two"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-d \"__one=first\"", "-d \"__two=second\"", kFixedC1,
+  EXPECT_EQ(LineSet({"-d \"__one=first\"", "-d \"__two=second\"", kFixedC1,
                      kFixedC2}),
             found.lines);
   EXPECT_EQ(
@@ -136,7 +136,7 @@ TEST(ContextKeywordsStage, TypeVerdictOnlyHandsTheKeywordToTheTypePass) {
   WriteFakeRules(RulesAccepting({"k4_type.c:__int99"}));
   run.tg->extensionKeywordsFound = {"__int99"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({kFixedC1, kFixedC2}), found.lines);
+  EXPECT_EQ(LineSet({kFixedC1, kFixedC2}), found.lines);
   EXPECT_EQ(std::set<std::string>({"__int99"}), found.typeKeywords);
   EXPECT_TRUE(run.tg->extensionKeywords.empty());
   EXPECT_TRUE(run.tg->ReviewLines.empty());
@@ -150,7 +150,7 @@ TEST(ContextKeywordsStage, CVerdictBecomesAQuotedDefineAfterExtensionLookups) {
       RulesAccepting({"k3_qualifier.c:__far", "k2_paren.c:__attr__"}));
   run.tg->extensionKeywordsFound = {"__far", "__attr__"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-d \"__attr__=kiv_ignore_paren\"", "-d \"__far=\"",
+  EXPECT_EQ(LineSet({"-d \"__attr__=kiv_ignore_paren\"", "-d \"__far=\"",
                      kFixedC1, kFixedC2}),
             found.lines);
   // Every lookup leaves an empty entry behind.
@@ -166,7 +166,7 @@ TEST(ContextKeywordsStage, CDeclVerdictDeclaresARegisterIdentifier) {
   WriteFakeRules(RulesAccepting({"k1_register.c:PORTB", "k1_register.c:ACC"}));
   run.tg->extensionKeywordsFound = {"PORTB", "ACC"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({kFixedC1, kFixedC2}), found.lines);
+  EXPECT_EQ(LineSet({kFixedC1, kFixedC2}), found.lines);
   EXPECT_TRUE(run.tg->writeDefaultForceInclude);
   EXPECT_EQ(std::set<std::string>({"ACC", "PORTB"}),
             run.tg->registerIdentifiers);
@@ -201,7 +201,7 @@ TEST(ContextKeywordsStage, CDecoratedKeywordWithoutExtensionEntryIsDone) {
   run.tg->extensionKeywordsFound = {"__const__"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
   // The "decl" verdict does not apply once the stripped define is out.
-  EXPECT_EQ(Lines_t({"-d \"__const__=const\"", kFixedC1, kFixedC2}),
+  EXPECT_EQ(LineSet({"-d \"__const__=const\"", kFixedC1, kFixedC2}),
             found.lines);
   EXPECT_FALSE(run.tg->writeDefaultForceInclude);
   EXPECT_EQ((std::map<std::string, std::string>{{"const", ""}}),
@@ -216,7 +216,7 @@ TEST(ContextKeywordsStage, CExtensionEntryOfTheKeywordGivesOnlyTheExLine) {
   run.tg->extensionKeywords = {{"__near", "near_kw"}};
   run.tg->extensionKeywordsFound = {"__near"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-ex near_kw", kFixedC1, kFixedC2}), found.lines);
+  EXPECT_EQ(LineSet({"-ex near_kw", kFixedC1, kFixedC2}), found.lines);
   EXPECT_EQ(
       (std::map<std::string, std::string>{{"__near", "near_kw"}, {"near", ""}}),
       run.tg->extensionKeywords);
@@ -230,7 +230,7 @@ TEST(ContextKeywordsStage, CExtensionEntryOfTheTrimmedKeywordAddsADefine) {
   run.tg->extensionKeywords = {{"far", "far"}};
   run.tg->extensionKeywordsFound = {"__far"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-d \"__far=far\"", "-ex far", kFixedC1, kFixedC2}),
+  EXPECT_EQ(LineSet({"-d \"__far=far\"", "-ex far", kFixedC1, kFixedC2}),
             found.lines);
   EXPECT_FALSE(run.tg->writeDefaultForceInclude);
 }
@@ -250,7 +250,7 @@ TEST(ContextKeywordsStage, CppVerdictsNeverConsultExtensionKeywords) {
   run.tg->extensionKeywordsFound = {"SFR1", "__attribute__", "__far",
                                     "__inline"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-sd \"__attribute__=kiv_ignore_paren\"", "-sd \"__far=\"",
+  EXPECT_EQ(LineSet({"-sd \"__attribute__=kiv_ignore_paren\"", "-sd \"__far=\"",
                      "-sd \"__inline=inline\"",
                      "-sd \"_kiv_null_expression=0 kiv_ignore_paren\"",
                      "-sd kiv_ignore_paren=_ignore_paren"}),
@@ -273,7 +273,7 @@ TEST(ContextKeywordsStage, BuiltinsTakeTheirReplacementWithoutTests) {
   run.tg->extensionKeywordsFound = {"__builtin_va_list", "__builtin_other",
                                     "my_builtin_x"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-d __builtin_va_list=char*", "-d my_builtin_x=0",
+  EXPECT_EQ(LineSet({"-d __builtin_va_list=char*", "-d my_builtin_x=0",
                      kFixedC1, kFixedC2}),
             found.lines);
   EXPECT_EQ(0, run.shell.compiles);
@@ -315,7 +315,7 @@ TEST(ContextKeywordsStage, CppKeywordThatFitsNowhereIsReviewed) {
   WriteFakeRules("fail \"error: syntax error\"\n");
   run.tg->extensionKeywordsFound = {"__weird"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-sd \"_kiv_null_expression=0 kiv_ignore_paren\"",
+  EXPECT_EQ(LineSet({"-sd \"_kiv_null_expression=0 kiv_ignore_paren\"",
                      "-sd __weird=", "-sd kiv_ignore_paren=_ignore_paren"}),
             found.lines);
   EXPECT_EQ(std::vector<std::string>({"-sd __weird="}), run.tg->ReviewLines);
@@ -345,6 +345,6 @@ TEST(ContextKeywordsStage, CKeepsReservedWordsAndTestsThem) {
   run.tg->ignoreReservedWords = {"alignas"};
   run.tg->extensionKeywordsFound = {"alignas", "__kw"};
   ContextKeywordFindings found = DecideContextKeywords(*run.tg, false);
-  EXPECT_EQ(Lines_t({"-d \"__kw=\"", "-d \"alignas=\"", kFixedC1, kFixedC2}),
+  EXPECT_EQ(LineSet({"-d \"__kw=\"", "-d \"alignas=\"", kFixedC1, kFixedC2}),
             found.lines);
 }
