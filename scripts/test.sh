@@ -20,12 +20,23 @@ build() {  # build DIR [cmake options...]
   cmake --build "$dir" -j "$jobs"
 }
 
+echo "== Format and whitespace =="
+status=0
+if command -v clang-format >/dev/null 2>&1; then
+  git ls-files '*.cc' '*.h' | xargs clang-format --dry-run --Werror || status=1
+else
+  echo "skipped: clang-format not installed"
+fi
+if git grep -n -I -E '[[:blank:]]+$' -- . ':!*.md' ':!data/' ':!config/'; then
+  echo "trailing blanks in the lines above"
+  status=1
+fi
+
 echo "== Normal build =="
 build "$top/build"
 echo "== Sanitizer build (ASan + UBSan) =="
 build "$top/build-asan" -DTESSEL_SANITIZE=ON
 
-status=0
 echo "== Tests: unit, stage and real compilers =="
 ctest --test-dir "$top/build" -j "$jobs" --output-on-failure || status=1
 echo "== Tests under the sanitizers: unit and stage =="
