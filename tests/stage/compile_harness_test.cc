@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "harness/globals.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::Exists;
@@ -18,15 +19,7 @@ using tessel_test::WriteFile;
 
 namespace {
 
-// Runs every command for real and remembers it.
-struct RecordingShell : Shell {
-  int Run(const std::string& command) override {
-    commands.push_back(command);
-    return real.Run(command);
-  }
-  SystemShell real;
-  std::vector<std::string> commands;
-};
+using RecordingShell = tessel_test::RunningRecordingShell;
 
 // The three header lines of a directory test file, then a body.
 const char kHeaders[] =

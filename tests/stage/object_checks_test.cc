@@ -9,6 +9,7 @@
 
 #include "harness/compile_harness.h"
 #include "harness/globals.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::Exists;
@@ -43,15 +44,7 @@ std::string NotRunnable(const std::string& output) {
          "the case.\n";
 }
 
-// Runs every command for real and remembers it.
-struct RecordingShell : Shell {
-  int Run(const std::string& command) override {
-    commands.push_back(command);
-    return real.Run(command);
-  }
-  SystemShell real;
-  std::vector<std::string> commands;
-};
+using RecordingShell = tessel_test::RunningRecordingShell;
 
 // A fake run about to discover its object extension: S_OBJEXT is empty and
 // the user's extension is `ext`.

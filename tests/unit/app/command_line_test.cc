@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "app/tessel_gen.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::Exists;
@@ -24,15 +25,7 @@ using tessel_test::WriteFile;
 
 namespace {
 
-// Records commands instead of running them; the command line itself never
-// starts a process.
-struct RecordingShell : Shell {
-  int Run(const std::string& command) override {
-    commands.push_back(command);
-    return 0;
-  }
-  std::vector<std::string> commands;
-};
+using tessel_test::RecordingShell;
 
 // FrozenClock's moment, 2025-11-13 02:13:20, read in UTC.
 void UseUtc() {

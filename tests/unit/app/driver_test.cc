@@ -11,6 +11,7 @@
 
 #include "app/tessel_gen.h"
 #include "harness/globals.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::Exists;
@@ -21,15 +22,7 @@ using tessel_test::WriteFile;
 
 namespace {
 
-// Records commands without running them: no compiler answers, so no object
-// file ever appears.
-struct RecordingShell : Shell {
-  int Run(const std::string& command) override {
-    commands.push_back(command);
-    return 0;
-  }
-  std::vector<std::string> commands;
-};
+using tessel_test::RecordingShell;
 
 // Reads FrozenClock's moment, 2025-11-13 02:13:20, in UTC from the start;
 // a member placed before the TesselGen it is meant for.

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <string>
 
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::FrozenClock;
@@ -14,13 +15,7 @@ using tessel_test::ScratchDir;
 
 namespace {
 
-// Refuses to run anything: constructing the main object starts no process.
-struct NoShell : Shell {
-  int Run(const std::string& command) override {
-    ADD_FAILURE() << "unexpected command: " << command;
-    return -1;
-  }
-};
+using NoShell = tessel_test::RefusingShell;
 
 // FrozenClock's moment, 2025-11-13 02:13:20, read in UTC.
 void UseUtc() {

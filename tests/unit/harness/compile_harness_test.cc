@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "harness/globals.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::ReadFile;
@@ -16,14 +17,7 @@ using tessel_test::WriteFile;
 
 namespace {
 
-// Records every command and runs none of them.
-struct RecordingShell : Shell {
-  int Run(const std::string& command) override {
-    commands.push_back(command);
-    return 0;
-  }
-  std::vector<std::string> commands;
-};
+using tessel_test::RecordingShell;
 
 // A TesselGen for the compiler "cc" with flags "-o", "-c", "-D", extension
 // ".o" and the order string "%c %j %d%s %o%e", whose shell runs nothing.

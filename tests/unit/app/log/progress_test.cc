@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/tessel_gen.h"
+#include "tests/fakes/fake_shell.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::FrozenClock;
@@ -13,13 +14,7 @@ using tessel_test::ScratchDir;
 
 namespace {
 
-// Refuses to run anything: the progress indicator never starts a process.
-struct NoShell : Shell {
-  int Run(const std::string& command) override {
-    ADD_FAILURE() << "unexpected command: " << command;
-    return -1;
-  }
-};
+using NoShell = tessel_test::RefusingShell;
 
 // A TesselGen whose console is a string, in a scratch directory.
 struct ProgressRun {
