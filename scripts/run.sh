@@ -97,7 +97,14 @@ fi
 # TESSEL_BINARY names an already built TesselGen (the tests use it);
 # otherwise the tool is built here first.
 binary=${TESSEL_BINARY:-}
-if [ -z "$binary" ]; then
+if [ -n "$binary" ]; then
+  # The run happens in another directory: make a relative path absolute.
+  case "$binary" in
+    /*) ;;
+    */*) binary=$(cd "$(dirname "$binary")" && pwd)/$(basename "$binary") ;;
+    *) binary=$(command -v "$binary" || echo "$PWD/$binary") ;;
+  esac
+else
   cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
   cmake --build "$top/build" --target TesselGen -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
   binary=$top/build/TesselGen
@@ -106,7 +113,13 @@ fi
 # TESSEL_RUNS_DIR moves the run directories elsewhere (default: runs/).
 run_dir=${TESSEL_RUNS_DIR:-$top/runs}/$name-$(date +%Y%m%d-%H%M%S)-$$
 mkdir -p "$run_dir/work/personality"
-cp -R "$top/config" "$run_dir/work/config"
+# The keyword lists are shipped in config/; a checkout without them still
+# runs (TesselGen reports each missing list and goes on).
+if [ -d "$top/config" ]; then
+  cp -R "$top/config" "$run_dir/work/config"
+else
+  mkdir -p "$run_dir/work/config"
+fi
 for d in c_tests cpp_tests c_keyword_tests cpp_keyword_tests; do
   if [ -d "$top/data/$d" ]; then cp -R "$top/data/$d" "$run_dir/$d"; else mkdir -p "$run_dir/$d"; fi
 done
