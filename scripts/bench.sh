@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Times a whole run of the gcc preset, stage by stage.
+#
+#   scripts/bench.sh [PRESET] [RUNS]        defaults: gcc, 3 runs
+#
+# Builds the benchmark binary (tests/bench/run_bench.cc, a TesselGen that
+# records per stage its wall time, its compiles and the time spent inside
+# the commands it starts), runs the preset RUNS times through
+# scripts/run.sh, and prints per stage the median wall time and compiles,
+# the total, and the time spent outside the commands as a percentage of the
+# time inside them. The run directories go to a temporary directory that
+# is removed at the end (set TESSEL_KEEP_RUNS=1 to keep them).
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+preset=${1:-gcc}
+runs=${2:-3}
+
+cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$top/build" --target run_bench -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
+binary=$top/build/tests/run_bench
+
+runs_dir=$(mktemp -d "${TMPDIR:-/tmp}/tessel_bench.XXXXXX")
+if [ "${TESSEL_KEEP_RUNS:-0}" != 1 ]; then
+  trap 'rm -rf "$runs_dir"' EXIT
+fi
+
+tables=()
+for ((i = 1; i <= runs; i++)); do
+  echo "Run $i of $runs: $preset" >&2
+  out=$(TESSEL_BINARY=$binary TESSEL_RUNS_DIR=$runs_dir "$top/scripts/run.sh" "$preset")
+  dir=$(sed -n 's/^Run directory: *//p' <<<"$out")
+  if [ ! -f "$dir/bench_stages.tsv" ]; then
+    echo "Run $i left no stage table; its output ends with:" >&2
+    tail -20 <<<"$out" >&2
+    exit 1
+  fi
+  tables+=("$dir/bench_stages.tsv")
+done
+
+echo
+echo "Preset $preset, median of $runs runs ($(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?'))"
+# Per stage, in the order of the first table: the median of each column.
+awk -F'\t' -v runs="$runs" '
+  function median(list, n,    values, i, j, t) {
+    n = split(list, values, " ")
+    for (i = 1; i <= n; i++)
+      for (j = i + 1; j <= n; j++)
+        if (values[j] + 0 < values[i] + 0) { t = values[i]; values[i] = values[j]; values[j] = t }
+    return n % 2 ? values[(n + 1) / 2] : (values[n / 2] + values[n / 2 + 1]) / 2
+  }
+  FNR == 1 { next }
+  {
+    if (!($1 in wall)) order[++stages] = $1
+    wall[$1] = wall[$1] " " $2; compiles[$1] = compiles[$1] " " $3
+    commands[$1] = commands[$1] " " $4; inside[$1] = inside[$1] " " $5
+    outside[$1] = outside[$1] " " $6
+  }
+  END {
+    printf "%-22s %10s %9s %9s %10s %11s\n", "stage", "wall (s)", "compiles", "commands", "inside (s)", "outside (s)"
+    for (s = 1; s <= stages; s++) {
+      name = order[s]
+      if (name == "total") printf "%s\n", "----------------------------------------------------------------------------"
+      printf "%-22s %10.2f %9d %9d %10.2f %11.2f\n", name, median(wall[name]), median(compiles[name]),
+        median(commands[name]), median(inside[name]), median(outside[name])
+    }
+    t_in = median(inside["total"]); t_out = median(outside["total"])
+    if (t_in > 0)
+      printf "\nTime outside the commands: %.2f s, %.1f %% of the %.2f s inside them.\n", t_out, 100 * t_out / t_in, t_in
+  }' "${tables[@]}"

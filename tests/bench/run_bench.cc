@@ -1,0 +1,133 @@
+// A TesselGen that also times its stages. It takes the same arguments and
+// prints the same output, so it can stand in for the real binary:
+//
+//   TESSEL_BINARY=build/tests/run_bench scripts/run.sh gcc
+//
+// At the end it writes "bench_stages.tsv" into the working directory: one
+// row per stage with its wall time, the compile-script runs and other
+// commands it started, and the time spent inside those commands; the rest
+// of a stage's time is the tool's own work (files, logging, scanning).
+// scripts/bench.sh runs it several times and summarises the tables.
+#include <chrono>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/command_line.h"
+#include "app/tessel_gen.h"
+#include "harness/shell.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The figures of one stage.
+struct StageRow {
+  std::string name;
+  double wallSeconds = 0;
+  long compiles = 0;
+  long commands = 0;
+  double insideSeconds = 0;
+};
+
+// Cuts the run into stages at each call of the stage hook and takes the
+// counting shell's figures at every cut.
+class StageTimer {
+ public:
+  explicit StageTimer(const CountingShell& shell) : shell_(shell) {
+    Open("start-up");
+  }
+
+  // Ends the current stage and, unless `name` is "end", opens the next.
+  void Cut(const std::string& name) {
+    Close();
+    if (name != "end") {
+      Open(name);
+    }
+  }
+
+  // Ends the stage still open (a run that stopped early) and returns the
+  // rows with a "total" row at the end.
+  std::vector<StageRow> Finish() {
+    Close();
+    StageRow total;
+    total.name = "total";
+    total.wallSeconds = Seconds(runStart_, Clock::now());
+    total.compiles = shell_.compiles;
+    total.commands = shell_.commands;
+    total.insideSeconds = shell_.seconds;
+    std::vector<StageRow> rows = rows_;
+    rows.push_back(total);
+    return rows;
+  }
+
+ private:
+  static double Seconds(Clock::time_point from, Clock::time_point to) {
+    return std::chrono::duration<double>(to - from).count();
+  }
+
+  void Open(const std::string& name) {
+    open_ = true;
+    current_ = StageRow();
+    current_.name = name;
+    start_ = Clock::now();
+    compiles_ = shell_.compiles;
+    commands_ = shell_.commands;
+    inside_ = shell_.seconds;
+  }
+
+  void Close() {
+    if (!open_) {
+      return;
+    }
+    current_.wallSeconds = Seconds(start_, Clock::now());
+    current_.compiles = shell_.compiles - compiles_;
+    current_.commands = shell_.commands - commands_;
+    current_.insideSeconds = shell_.seconds - inside_;
+    rows_.push_back(current_);
+    open_ = false;
+  }
+
+  const CountingShell& shell_;
+  const Clock::time_point runStart_ = Clock::now();
+  std::vector<StageRow> rows_;
+  StageRow current_;
+  bool open_ = false;
+  Clock::time_point start_;
+  long compiles_ = 0;
+  long commands_ = 0;
+  double inside_ = 0;
+};
+
+void WriteTable(const std::vector<StageRow>& rows, const std::string& path) {
+  std::ofstream table(path, std::ios::trunc);
+  table << "stage\twall_s\tcompiles\tcommands\tinside_s\toutside_s\n";
+  table << std::fixed << std::setprecision(3);
+  for (const StageRow& row : rows) {
+    table << row.name << '\t' << row.wallSeconds << '\t' << row.compiles << '\t'
+          << row.commands << '\t' << row.insideSeconds << '\t'
+          << row.wallSeconds - row.insideSeconds << '\n';
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  SystemShell system;
+  CountingShell shell(system);
+  StageTimer timer(shell);
+  int status =
+      run_command_line(argc, argv, shell, std::cout, std::cerr,
+                       system_clock_micros, [&timer](TesselGen& tg) {
+                         tg.stageStarted = [&timer](const std::string& name) {
+                           timer.Cut(name);
+                         };
+                       });
+  // Only full runs have stages worth a table.
+  if (argc > 10) {
+    WriteTable(timer.Finish(), "bench_stages.tsv");
+  }
+  return status;
+}
