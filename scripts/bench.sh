@@ -37,10 +37,12 @@ for ((i = 1; i <= runs; i++)); do
   tables+=("$dir/bench_stages.tsv")
 done
 
+mechanism=$("$binary" --mechanism 200)
+
 echo
 echo "Preset $preset, median of $runs runs ($(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?'))"
 # Per stage, in the order of the first table: the median of each column.
-awk -F'\t' -v runs="$runs" '
+awk -F'\t' -v runs="$runs" -v mechanism="$mechanism" '
   function median(list, n,    values, i, j, t) {
     n = split(list, values, " ")
     for (i = 1; i <= n; i++)
@@ -64,6 +66,12 @@ awk -F'\t' -v runs="$runs" '
         median(commands[name]), median(inside[name]), median(outside[name])
     }
     t_in = median(inside["total"]); t_out = median(outside["total"])
+    scan = ("header scan" in outside) ? median(outside["header scan"]) : 0
     if (t_in > 0)
       printf "\nTime outside the commands: %.2f s, %.1f %% of the %.2f s inside them.\n", t_out, 100 * t_out / t_in, t_in
+    cost = median(compiles["total"]) * mechanism
+    if (cost > 0) {
+      printf "Compile script mechanism: %.2f ms per compile (empty command), %.2f s for %d compiles.\n", 1000 * mechanism, cost, median(compiles["total"])
+      printf "Time outside the commands is %.1f %% of the mechanism cost (%.1f %% without the header scan).\n", 100 * t_out / cost, 100 * (t_out - scan) / cost
+    }
   }' "${tables[@]}"
