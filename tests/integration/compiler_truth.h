@@ -36,6 +36,8 @@ struct Preset {
   std::vector<std::string> dirs;
   /// The "-xs" switches, each as one string (may hold blanks).
   std::vector<std::string> switches;
+  /// Every argument, positionals first, as TesselGen receives them.
+  std::vector<std::string> args;
 };
 
 /// Reads the preset `name` from "scripts/run.sh --args"; `name` stays empty
@@ -50,6 +52,7 @@ inline Preset LoadPreset(const std::string& name) {
     return preset;
   }
   preset.name = name;
+  preset.args = lines;
   preset.isC = lines[0] == "vellc";
   preset.cross = lines[1] == "ccmp";
   preset.compiler = lines[2];
@@ -185,8 +188,8 @@ std::vector<std::string> LinesBetween(const std::string& text,
 
 /// The compiler's "#include <...>" search list as it prints it (verbose
 /// listing for gcc-like compilers, "-vv" for tcc, "--print-search-dirs"
-/// for sdcc), each directory resolved to its canonical path and listed
-/// once.
+/// for sdcc), each directory with its "." and ".." steps resolved (as
+/// "cd DIR && pwd" does; symbolic links stay) and listed once.
 inline std::vector<std::string> SearchList(const Preset& preset) {
   std::vector<std::string> listed;
   if (preset.compiler == "tcc") {
@@ -208,10 +211,14 @@ inline std::vector<std::string> SearchList(const Preset& preset) {
   std::vector<std::string> unique;
   std::set<std::string> seen;
   for (const std::string& dir : listed) {
+    std::string normal = std::filesystem::path(dir).lexically_normal().string();
+    if (normal.size() > 1 && normal.back() == '/') {
+      normal.pop_back();
+    }
     std::error_code ec;
-    std::string canonical = std::filesystem::canonical(dir, ec).string();
-    if (!ec && seen.insert(canonical).second) {
-      unique.push_back(canonical);
+    if (std::filesystem::is_directory(normal, ec) &&
+        seen.insert(normal).second) {
+      unique.push_back(normal);
     }
   }
   return unique;
