@@ -176,34 +176,46 @@ Strings FirstMovedLast(Strings dirs) {
   return dirs;
 }
 
-// clang's order: its search order (own directory, x86_64-linux-gnu,
-// /usr/include) becomes x86_64-linux-gnu, /usr/include, then clang's own
-// directory, with the links to it under /usr/include/clang that Stage 2
-// accepts around it: the shorter version name before it, the longer after.
-Strings ClangOrder(const Strings& e) {
-  if (e.size() != 3) {
-    return e;
-  }
+// `order` with the links to clang's own directory `own` that the header
+// scan meets under /usr/include/clang/<version>/include placed where the
+// pairwise exchange puts them: with the versions 14 and 14.0.6, the
+// shorter name before `own` and the longer after it.
+Strings WithClangLinks(Strings order, const std::string& own) {
   Strings links;
   std::error_code ec;
-  const std::string own = std::filesystem::canonical(e[0], ec).string();
+  const std::string target = std::filesystem::canonical(own, ec).string();
   for (const auto& entry :
        std::filesystem::directory_iterator("/usr/include/clang", ec)) {
     std::string link = entry.path().string() + "/include";
     std::error_code linkEc;
-    if (std::filesystem::canonical(link, linkEc).string() == own) {
+    if (std::filesystem::canonical(link, linkEc).string() == target) {
       links.push_back(link);
     }
   }
+  // "14.0.6" sorts before "14/" byte by byte.
   std::sort(links.begin(), links.end());
-  Strings order = {e[1], e[2]};
+  auto at = std::find(order.begin(), order.end(), own);
+  if (at == order.end()) {
+    return order;
+  }
   if (links.size() == 2) {
-    order = {e[1], e[2], links[1], e[0], links[0]};
+    at = order.insert(at, links[1]) + 1;
+    order.insert(at + 1, links[0]);
   } else {
-    order.insert(order.end(), links.begin(), links.end());
-    order.push_back(e[0]);
+    order.insert(at + 1, links.begin(), links.end());
   }
   return order;
+}
+
+// g++'s order from its search order c++/12, x86_64-linux-gnu/c++/12,
+// c++/12/backward, the compiler's own, x86_64-linux-gnu, /usr/include:
+// the C++ headers shadow complex.h and fenv.h of /usr/include (an
+// exchange), fpu_control.h moves x86_64-linux-gnu before /usr/include,
+// limits.h and stdint.h name both copies and stdatomic.h none, and
+// directories that share no header keep their places from the name
+// order. clang++ uses the same library directories and comes out alike.
+Strings CppLibraryOrder(const Strings& e) {
+  return e.size() == 6 ? Strings{e[0], e[4], e[2], e[5], e[1], e[3]} : e;
 }
 
 // Include lines: the searched directories that hold headers, each with its
@@ -457,15 +469,7 @@ TEST(EndToEnd, GppPersonalityMatchesTheCompiler) {
     GTEST_SKIP() << skip;
   }
   Specified specified;
-  // g++'s C++ headers shadow complex.h and fenv.h of /usr/include (an
-  // exchange), fpu_control.h moves x86_64-linux-gnu before /usr/include,
-  // limits.h and stdint.h name both copies and stdatomic.h none, and
-  // directories that share no header keep their places from the name
-  // order. From the search order c++/12, x86_64-linux-gnu/c++/12,
-  // c++/12/backward, gcc's own, x86_64-linux-gnu, /usr/include:
-  specified.order = [](const Strings& e) {
-    return e.size() == 6 ? Strings{e[0], e[4], e[2], e[5], e[1], e[3]} : e;
-  };
+  specified.order = CppLibraryOrder;
   CheckPreset("g++", specified);
 }
 
@@ -483,7 +487,9 @@ TEST(EndToEnd, ClangPersonalityMatchesTheCompiler) {
   // only asks that every component of the directory's path (usr, include,
   // clang, the version) occur somewhere in the error line, and the line
   // naming clang's own copy holds them all.
-  specified.order = ClangOrder;
+  specified.order = [](const Strings& e) {
+    return e.size() == 3 ? WithClangLinks({e[1], e[2], e[0]}, e[0]) : e;
+  };
   CheckPreset("clang", specified);
 }
 
@@ -493,6 +499,11 @@ TEST(EndToEnd, ClangppPersonalityMatchesTheCompiler) {
     GTEST_SKIP() << skip;
   }
   Specified specified;
+  // The C++ library directories come out as for g++, and clang's own
+  // directory with its two links under /usr/include/clang as for clang.
+  specified.order = [](const Strings& e) {
+    return e.size() == 6 ? WithClangLinks(CppLibraryOrder(e), e[3]) : e;
+  };
   CheckPreset("clang++", specified);
 }
 
