@@ -81,6 +81,13 @@ std::string buildCommand(const TesselGen& tg, const std::string& source,
 }
 
 void runCompileScript(TesselGen& tg, const std::string& command) {
+  // The script and the capture files are made afresh rather than emptied:
+  // on ext4, a file emptied by truncation and written again is flushed to
+  // disk when it is closed, which costs more than the compile script
+  // itself. A new file stays in memory.
+  std::remove(kCompileScript);
+  std::remove(kStdoutLog);
+  std::remove(kStderrLog);
   {
     std::ofstream script(kCompileScript, std::ios::out | std::ios::trunc);
     script << "#!/bin/sh\n"
@@ -109,6 +116,8 @@ std::string readWholeFile(const std::string& path) {
 }
 
 bool writeWholeFile(const std::string& path, const std::string& text) {
+  // A new file rather than an emptied one; see runCompileScript.
+  std::remove(path.c_str());
   std::ofstream file(path, std::ios::out | std::ios::trunc | std::ios::binary);
   if (!file) {
     return false;

@@ -90,8 +90,8 @@ void removeMatching(TesselGen& tg, const std::string& prefix);
 /// Reads the whole file at `path` in binary mode; empty when unreadable.
 std::string readWholeFile(const std::string& path);
 
-/// Creates or empties `path` and writes `text` to it; false when the file
-/// cannot be opened.
+/// Replaces `path` with a new file holding `text` (an existing file is
+/// deleted first, not emptied); false when the file cannot be created.
 bool writeWholeFile(const std::string& path, const std::string& text);
 
 /// True when `path` can be opened for reading.

@@ -350,20 +350,19 @@ static void collect_identifiers(const std::string& path,
   }
 }
 
-// Inserts the kept names of `found` into `tg.candidateKeywords`; with
-// `merged`, only those that it does not hold yet. The caller holds the
-// scan mutex.
+// Merges the kept names of `found`: into `tg.candidateKeywords`, or, with
+// `merged`, into that table, from which the stage fills the ordered set
+// once all tasks have ended. The caller holds the scan mutex.
 static void merge_identifiers(TesselGen& tg, const NameTable& found,
                               NameTable* merged) {
   for (std::size_t i = 0; i < found.size(); ++i) {
     if (!found.flag(i)) {
       continue;
     }
-    const std::string_view name = found.name(i);
     if (merged == nullptr) {
-      tg.candidateKeywords.emplace(name);
-    } else if (merged->Insert(name, found.hash(i), true)) {
-      tg.candidateKeywords.emplace(name);
+      tg.candidateKeywords.emplace(found.name(i));
+    } else {
+      merged->Insert(found.name(i), found.hash(i), true);
     }
   }
 }
@@ -452,6 +451,26 @@ static void run_scan_tasks(TesselGen& tg) {
   const unsigned hardware = std::thread::hardware_concurrency();
   const unsigned limit = hardware == 0 ? 3u : hardware - 1u;
   ScanTables tables(tg.ignoreKeywords, tg.candidateKeywords);
+  // The tasks merge into the hash table; the ordered set gets the new names
+  // once, sorted, which costs a fraction of inserting them one by one. It
+  // gets them too when a task's exception leaves the stage.
+  const std::size_t known = tables.merged.size();
+  struct FillCandidates {
+    TesselGen& tg;
+    const NameTable& merged;
+    std::size_t known;
+    ~FillCandidates() {
+      std::vector<std::string_view> added;
+      added.reserve(merged.size() - known);
+      for (std::size_t i = known; i < merged.size(); ++i) {
+        added.push_back(merged.name(i));
+      }
+      std::sort(added.begin(), added.end());
+      for (const std::string_view name : added) {
+        tg.candidateKeywords.emplace_hint(tg.candidateKeywords.end(), name);
+      }
+    }
+  } fill{tg, tables.merged, known};
   std::list<std::future<void>> tasks;
   unsigned running = 0;
   std::size_t next = 0;

@@ -13,10 +13,12 @@
 //
 // measures instead what the compile script itself costs: it runs the
 // harness's compile script N times with the empty command ":" in a
-// temporary directory and prints the mean seconds per run. That is the
-// part of every compile that the mandated mechanism (write "compile.sh",
-// make it executable, run it through the shell with its output captured)
-// adds to the compiler's own time.
+// temporary directory and prints two mean figures in seconds per run: the
+// whole call, and the part of it spent inside the shell. The whole call is
+// what the compile script mechanism (write "compile.sh", make it
+// executable, run it through the shell with its output captured) adds to
+// the compiler's own time; the rest of it (writing the script) falls
+// outside the commands in the stage table.
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -128,15 +130,23 @@ void WriteTable(const std::vector<StageRow>& rows, const std::string& path) {
   }
 }
 
+// The cost of one run of the compile script with an empty command: the
+// whole call (writing "compile.sh", making it executable, running it) and
+// the part of it spent inside the shell.
+struct MechanismCost {
+  double wholeSeconds = -1;
+  double shellSeconds = -1;
+};
+
 // Runs the compile script `runs` times with an empty command in a fresh
-// temporary directory; returns the mean seconds per run, or -1 when the
-// directory cannot be made.
-double MechanismSeconds(int runs) {
+// temporary directory and returns the mean costs per run; both are -1 when
+// the directory cannot be made.
+MechanismCost MeasureMechanism(int runs) {
+  MechanismCost cost;
   char pattern[] = "/tmp/tessel_mechanism_XXXXXX";
-  if (mkdtemp(pattern) == nullptr || chdir(pattern) != 0) {
-    return -1;
+  if (runs <= 0 || mkdtemp(pattern) == nullptr || chdir(pattern) != 0) {
+    return cost;
   }
-  double mean = 0;
   {
     SystemShell system;
     CountingShell shell(system);
@@ -144,23 +154,26 @@ double MechanismSeconds(int runs) {
     TesselGen tg("vellc", "ccmp", ":", "-o ", "-c", "-D", ".o",
                  "%c %j %d%s %o%e", shell);
     tg.out = &console;
+    const Clock::time_point start = Clock::now();
     for (int i = 0; i < runs; ++i) {
       runCompileScript(tg, ":");
     }
-    mean = runs > 0 ? shell.seconds / runs : 0;
+    cost.wholeSeconds =
+        std::chrono::duration<double>(Clock::now() - start).count() / runs;
+    cost.shellSeconds = shell.seconds / runs;
   }
   std::error_code ec;
   std::filesystem::remove_all(pattern, ec);
-  return mean;
+  return cost;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc == 3 && std::string(argv[1]) == "--mechanism") {
-    double seconds = MechanismSeconds(std::atoi(argv[2]));
-    std::printf("%.6f\n", seconds);
-    return seconds < 0 ? 1 : 0;
+    const MechanismCost cost = MeasureMechanism(std::atoi(argv[2]));
+    std::printf("%.6f %.6f\n", cost.wholeSeconds, cost.shellSeconds);
+    return cost.wholeSeconds < 0 ? 1 : 0;
   }
   SystemShell system;
   CountingShell shell(system);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <stdexcept>
 #include <string>
@@ -289,6 +290,40 @@ TEST(CompileHarness, CompileScriptReplacesTheWholeOldScript) {
   EXPECT_EQ(ScriptFor("cc y.c"), ReadFile("compile.sh"));
 }
 
+TEST(CompileHarness, CompileScriptNeverLeavesAnEarlierCompilesOutput) {
+  ScratchDir scratch;
+  Harness h;
+  WriteFile("stdout.log", "out of an earlier compile");
+  WriteFile("stderr.log", "err of an earlier compile");
+  runCompileScript(h.tg, "cc y.c");
+  EXPECT_FALSE(tessel_test::Exists("stdout.log"));
+  EXPECT_FALSE(tessel_test::Exists("stderr.log"));
+  EXPECT_EQ("", readCompilerOutput());
+}
+
+TEST(CompileHarness, CompileScriptIsANewFileNotTheOldOneRewritten) {
+  ScratchDir scratch;
+  Harness h;
+  // A link named "compile.sh" is replaced, not written through.
+  WriteFile("elsewhere.sh", "kept\n");
+  ASSERT_EQ(0, symlink("elsewhere.sh", "compile.sh"));
+  runCompileScript(h.tg, "cc y.c");
+  EXPECT_EQ("kept\n", ReadFile("elsewhere.sh"));
+  struct stat status;
+  ASSERT_EQ(0, lstat("compile.sh", &status));
+  EXPECT_TRUE(S_ISREG(status.st_mode));
+  EXPECT_EQ(ScriptFor("cc y.c"), ReadFile("compile.sh"));
+}
+
+TEST(CompileHarness, TestSourceIsANewFileNotTheOldOneRewritten) {
+  ScratchDir scratch;
+  WriteFile("shipped.c", "int shipped;\n");
+  ASSERT_EQ(0, symlink("shipped.c", "tmp_t.c"));
+  EXPECT_TRUE(writeWholeFile("tmp_t.c", "int x;\n"));
+  EXPECT_EQ("int shipped;\n", ReadFile("shipped.c"));
+  EXPECT_EQ("int x;\n", ReadFile("tmp_t.c"));
+}
+
 TEST(CompileHarness, CompilerOutputIsStdoutThenStderr) {
   ScratchDir scratch;
   WriteFile("stdout.log", "out 1\nout 2");
@@ -325,13 +360,14 @@ TEST(CompileHarness, CompileTestWritesSourceAndScriptAndRemovesOldObject) {
   S_OBJEXT = ".o";
   WriteFile("tmp_t.c", "old text that is longer than the new one");
   WriteFile("tmp_t.o", "stale object");
-  WriteFile("stdout.log", "said");
+  WriteFile("stdout.log", "said by an earlier compile");
   uint32_t size = 7;
   std::string output;
-  // The shell runs nothing, so no object appears: the stale one is gone.
+  // The shell runs nothing, so no object appears: the stale one is gone,
+  // and so is the earlier compile's output.
   EXPECT_FALSE(compileTest(h.tg, "int x;\n", "tmp_t", &size, &output));
   EXPECT_EQ(0u, size);
-  EXPECT_EQ("said", output);
+  EXPECT_EQ("", output);
   EXPECT_EQ("int x;\n", ReadFile("tmp_t.c"));
   EXPECT_FALSE(tessel_test::Exists("tmp_t.o"));
   EXPECT_EQ(ScriptFor("cc -c tmp_t.c -otmp_t.o"), ReadFile("compile.sh"));
