@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/tessel_gen.h"
@@ -25,23 +26,60 @@ const char* const kBuiltinMessages[] = {
 
 }  // namespace
 
+void AppendKeywords(std::string& text, std::string_view kw) {
+  text += kIfndef;
+  text += kw;
+  text += "\nint ";
+  text += kw;
+  text += "[1];\n";
+  text += kEndif;
+  text += '\n';
+}
+
+void AppendTypedefsC(std::string& text, std::string_view kw) {
+  // Each definition takes the next number: two definitions of one name in
+  // a group would make every group of two or more fail.
+  const std::string n = std::to_string(S_TEST_NUMBER++);
+  text += "void func";
+  text += n;
+  text += "( ";
+  text += kw;
+  text += ") int ";
+  text += kw;
+  text += "; {}\n";
+}
+
+void AppendTypedefsCPP(std::string& text, std::string_view kw) {
+  const std::string n = std::to_string(S_TEST_NUMBER++);
+  text += "namespace NS";
+  text += n;
+  text += " { class A_zorv; int ";
+  text += kw;
+  text += " (A_zorv const &, int); }\nvoid foo";
+  text += n;
+  text += " (NS";
+  text += n;
+  text += "::A_zorv const & a_zorv ) { int bar_zorv ( ";
+  text += kw;
+  text += " (a_zorv, 0) ); }\n";
+}
+
 std::string PrintKeywords(const std::string& kw) {
-  return std::string(kIfndef) + kw + "\nint " + kw + "[1];\n" + kEndif + "\n";
+  std::string text;
+  AppendKeywords(text, kw);
+  return text;
 }
 
 std::string PrintTypedefsC(const std::string& kw) {
-  // Each definition takes the next number: two definitions of one name in
-  // a group would make every group of two or more fail.
-  std::string n = std::to_string(S_TEST_NUMBER++);
-  return "void func" + n + "( " + kw + ") int " + kw + "; {}\n";
+  std::string text;
+  AppendTypedefsC(text, kw);
+  return text;
 }
 
 std::string PrintTypedefsCPP(const std::string& kw) {
-  std::string n = std::to_string(S_TEST_NUMBER++);
-  return "namespace NS" + n + " { class A_zorv; int " + kw +
-         " (A_zorv const &, int); }\n" + "void foo" + n + " (NS" + n +
-         "::A_zorv const & a_zorv ) { int bar_zorv ( " + kw +
-         " (a_zorv, 0) ); }\n";
+  std::string text;
+  AppendTypedefsCPP(text, kw);
+  return text;
 }
 
 // Compiles the test file as it stands and tells whether the compile
@@ -71,17 +109,18 @@ static void check_cpp_support(TesselGen& tg, const std::string& source,
 // The source that tests one group: every member as a parameter or
 // function name, then every member as an object name.
 static std::string group_source(const TesselGen& tg,
-                                const std::vector<std::string>& group) {
+                                const std::string_view* first,
+                                const std::string_view* last) {
   std::string text;
-  for (const std::string& kw : group) {
+  for (const std::string_view* kw = first; kw != last; ++kw) {
     if (tg.isC) {
-      text += PrintTypedefsC(kw);
+      AppendTypedefsC(text, *kw);
     } else if (!tg.limitedCppSupport) {
-      text += PrintTypedefsCPP(kw);
+      AppendTypedefsCPP(text, *kw);
     }
   }
-  for (const std::string& kw : group) {
-    text += PrintKeywords(kw);
+  for (const std::string_view* kw = first; kw != last; ++kw) {
+    AppendKeywords(text, *kw);
   }
   return text;
 }
@@ -98,19 +137,19 @@ static bool names_a_builtin() {
 }
 
 // One round: tests the suspects in groups of `groupSize` and returns the
-// members of the groups that failed.
-static std::vector<std::string> run_round(
-    TesselGen& tg, const std::vector<std::string>& suspects, int groupSize,
-    const std::string& source, const std::string& object) {
-  std::vector<std::string> kept;
+// members of the groups that failed. The suspects are views of
+// `tg.candidateKeywords`, which the stage does not change.
+static std::vector<std::string_view> run_round(
+    TesselGen& tg, const std::vector<std::string_view>& suspects,
+    int groupSize, const std::string& source, const std::string& object) {
+  std::vector<std::string_view> kept;
   const std::size_t size = static_cast<std::size_t>(groupSize);
   for (std::size_t start = 0; start < suspects.size(); start += size) {
     const std::size_t end = std::min(start + size, suspects.size());
-    std::vector<std::string> group(
-        suspects.begin() + static_cast<std::ptrdiff_t>(start),
-        suspects.begin() + static_cast<std::ptrdiff_t>(end));
+    const std::string_view* first = suspects.data() + start;
+    const std::string_view* last = suspects.data() + end;
     // A file that cannot be written drops its group untested.
-    if (!writeWholeFile(source, group_source(tg, group))) {
+    if (!writeWholeFile(source, group_source(tg, first, last))) {
       continue;
     }
     if (compile_test_file(tg, source, object)) {
@@ -119,10 +158,10 @@ static std::vector<std::string> run_round(
     // The message only clears a candidate tested alone: in a larger group
     // it may come from another member.
     if (groupSize == 1 && names_a_builtin()) {
-      *tg.out << "~ignoring builtin: " << group.front() << "\n";
+      *tg.out << "~ignoring builtin: " << *first << "\n";
       continue;
     }
-    kept.insert(kept.end(), group.begin(), group.end());
+    kept.insert(kept.end(), first, last);
   }
   return kept;
 }
@@ -138,11 +177,11 @@ void ScanExtensionKeywords(TesselGen& tg) {
     check_cpp_support(tg, source, object);
   }
 
-  std::vector<std::string> suspects(tg.candidateKeywords.begin(),
-                                    tg.candidateKeywords.end());
+  std::vector<std::string_view> suspects(tg.candidateKeywords.begin(),
+                                         tg.candidateKeywords.end());
   tg.log.info("All " + std::to_string(suspects.size()) +
               " keywords to be tested:");
-  for (const std::string& suspect : suspects) {
+  for (const std::string& suspect : tg.candidateKeywords) {
     tg.log.info(suspect);
   }
 
@@ -162,5 +201,7 @@ void ScanExtensionKeywords(TesselGen& tg) {
   std::remove(kStdoutLog);
   std::remove(kStderrLog);
 
-  tg.extensionKeywordsFound.insert(suspects.begin(), suspects.end());
+  for (const std::string_view keyword : suspects) {
+    tg.extensionKeywordsFound.emplace(keyword);
+  }
 }

@@ -2,6 +2,7 @@
 #define TESSEL_PROBES_EXTENSION_KEYWORDS_H_
 
 #include <string>
+#include <string_view>
 
 class TesselGen;
 
@@ -25,6 +26,12 @@ std::string PrintTypedefsC(const std::string& kw);
 /// class argument (the C++ form of the test), numbered with
 /// `S_TEST_NUMBER`, which it then advances.
 std::string PrintTypedefsCPP(const std::string& kw);
+
+/// Append `PrintKeywords`, `PrintTypedefsC` and `PrintTypedefsCPP` of `kw`
+/// to `text`; the test files of the stage are built with these.
+void AppendKeywords(std::string& text, std::string_view kw);
+void AppendTypedefsC(std::string& text, std::string_view kw);
+void AppendTypedefsCPP(std::string& text, std::string_view kw);
 
 /// Finds which of `tg.candidateKeywords` the compiler treats as keywords:
 /// compiles the candidates as ordinary names in large groups, halves the

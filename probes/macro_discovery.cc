@@ -33,9 +33,20 @@ uint32_t halving_count(int32_t batch) {
       std::floor(std::log10(batch) / 0.3010299956639812 + 1.0));
 }
 
+void AppendPossibleDefines(std::string& text, const std::string& name) {
+  text += kIfdef;
+  text += name;
+  text += "\n#include \"";
+  text += kMissingHeader;
+  text += "\"\n";
+  text += kEndif;
+  text += '\n';
+}
+
 std::string PrintPossibleDefines(const std::string& name) {
-  return std::string(kIfdef) + name + "\n#include \"" + kMissingHeader +
-         "\"\n" + kEndif + "\n";
+  std::string text;
+  AppendPossibleDefines(text, name);
+  return text;
 }
 
 // Tests `names` in consecutive chunks of `batch` names, one compile per
@@ -52,7 +63,7 @@ static std::vector<std::string> sweep(TesselGen& tg,
     const std::size_t last = std::min(names.size(), first + step);
     std::string text;
     for (std::size_t i = first; i < last; ++i) {
-      text += PrintPossibleDefines(names[i]);
+      AppendPossibleDefines(text, names[i]);
     }
     // An unwritable file leaves no source behind (the stage removed it), so
     // the compile complains about the source, not about the header.

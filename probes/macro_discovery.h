@@ -40,4 +40,7 @@ uint32_t halving_count(int32_t batch);
 /// defined name makes the compiler complain about that header.
 std::string PrintPossibleDefines(const std::string& name);
 
+/// Appends `PrintPossibleDefines(name)` to `text`.
+void AppendPossibleDefines(std::string& text, const std::string& name);
+
 #endif  // TESSEL_PROBES_MACRO_DISCOVERY_H_

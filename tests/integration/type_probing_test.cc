@@ -396,3 +396,31 @@ TEST(TypeProbingReal, SdccTextObjects) {
       "-ex mixeddecl\n-ex varmacro\n-ex zeroarray\n";
   EXPECT_EQ(ExpectedLines(expected, true, true, lines), run.personality.str());
 }
+
+TEST(TypeProbingReal, ClangBigEndianCross) {
+  ScratchDir scratch("work");
+  Compiler clang{"clang", "--target=s390x-linux-gnu -fno-caret-diagnostics"};
+  if (!OnPath("clang") || !StaticHolds(clang, "1")) {
+    GTEST_SKIP() << "skipped: clang cannot compile for s390x-linux-gnu";
+  }
+  Truth truth = CrossTruth(clang);
+  ASSERT_EQ(128, truth.bits[7]);
+  ASSERT_TRUE(truth.charUnsigned);
+  StageRun run(clang, true, "clang s390x ccmp");
+  ASSERT_TRUE(run.discovered);
+  Truth expected = truth;
+  // The floating sizes are read from byte patterns of 0.1 in little-endian
+  // order; a big-endian object holds none of them, so float, double and
+  // long double keep their defaults. For float (32) and double (64) those
+  // are right; the 128-bit long double reads 64.
+  expected.bits[7] = 64;
+  for (const char* type : {"float", "double", "long double"}) {
+    EXPECT_NE(
+        std::string::npos,
+        run.console.str().find(std::string("~Couldn't determine size of ") +
+                               type + " - using the default value\n"))
+        << type;
+  }
+  EXPECT_EQ(ExpectedLines(expected, true, true, kAllCLines),
+            run.personality.str());
+}
