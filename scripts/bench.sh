@@ -7,9 +7,11 @@
 # records per stage its wall time, its compiles and the time spent inside
 # the commands it starts), runs the preset RUNS times through
 # scripts/run.sh, and prints per stage the median wall time and compiles,
-# the total, and the time spent outside the commands as a percentage of the
-# time inside them. The run directories go to a temporary directory that
-# is removed at the end (set TESSEL_KEEP_RUNS=1 to keep them).
+# and the total. It then sets the tool's own time (outside the commands,
+# less writing the compile scripts) against the cost of the compile script
+# mechanism, which each run times after it ends with an empty command.
+# The run directories go to a temporary directory that is removed at the
+# end (set TESSEL_KEEP_RUNS=1 to keep them).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 preset=${1:-gcc}
@@ -39,16 +41,12 @@ for ((i = 1; i <= runs; i++)); do
   tables+=("$dir/bench_stages.tsv")
 done
 
-# Mean seconds per compile script run with an empty command: the whole call
-# and the part of it inside the shell.
-read -r mechanism mechanism_shell < <("$binary" --mechanism 500)
-
 echo
 echo "Preset $preset, median of $runs runs ($(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?'))"
 # Per stage, in the order of the first table: the median of each column.
 keep_asked=$keep
 keep=1
-awk -F'\t' -v runs="$runs" -v mechanism="$mechanism" -v mechanism_shell="$mechanism_shell" '
+awk -F'\t' -v runs="$runs" '
   function median(list, n,    values, i, j, t) {
     n = split(list, values, " ")
     for (i = 1; i <= n; i++)
@@ -57,6 +55,9 @@ awk -F'\t' -v runs="$runs" -v mechanism="$mechanism" -v mechanism_shell="$mechan
     return n % 2 ? values[(n + 1) / 2] : (values[n / 2] + values[n / 2 + 1]) / 2
   }
   FNR == 1 { next }
+  # Seconds per compile of the compile script mechanism, timed after each
+  # run: the whole call and the part inside the shell.
+  $1 == "mechanism" { mech = mech " " $2; mech_shell = mech_shell " " $5; next }
   {
     if (!($1 in wall)) order[++stages] = $1
     wall[$1] = wall[$1] " " $2; compiles[$1] = compiles[$1] " " $3
@@ -74,6 +75,7 @@ awk -F'\t' -v runs="$runs" -v mechanism="$mechanism" -v mechanism_shell="$mechan
     t_in = median(inside["total"]); t_out = median(outside["total"])
     scan = ("header scan" in outside) ? median(outside["header scan"]) : 0
     n = median(compiles["total"])
+    mechanism = median(mech); mechanism_shell = median(mech_shell)
     if (t_in > 0)
       printf "\nTime outside the commands: %.2f s, %.1f %% of the %.2f s inside them.\n", t_out, 100 * t_out / t_in, t_in
     if (n > 0 && mechanism > 0) {
