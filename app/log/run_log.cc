@@ -47,14 +47,23 @@ RunLog::RunLog(const std::string& prefix, bool relative, MicrosClock clock)
 
 RunLog::~RunLog() { finish(); }
 
-void RunLog::info(const std::string& text) { writeLine("[INFO] " + text); }
-void RunLog::warn(const std::string& text) { writeLine("[WARN] " + text); }
-void RunLog::crit(const std::string& text) { writeLine("[CRIT] " + text); }
+void RunLog::info(const std::string& text) { writeLine("[INFO] ", text); }
+void RunLog::warn(const std::string& text) { writeLine("[WARN] ", text); }
+void RunLog::crit(const std::string& text) { writeLine("[CRIT] ", text); }
 
-void RunLog::writeLine(const std::string& text) {
+void RunLog::writeLine(const std::string& text) { writeLine("", text); }
+
+void RunLog::writeLine(const char* tag, const std::string& text) {
   int64_t now = clock_();
   if (relativeStamps) {
-    file << "[+" << std::setw(9) << (now - lastTime) / 1000 << "ms]";
+    // "[+", the milliseconds right-aligned in 9 characters, "ms]". A busy
+    // stage logs hundreds of thousands of lines, so the stamp is formatted
+    // here rather than through the stream.
+    char stamp[48];
+    const int length =
+        std::snprintf(stamp, sizeof stamp, "[+%9lldms]",
+                      static_cast<long long>((now - lastTime) / 1000));
+    file.write(stamp, length);
   } else {
     // The wall-clock form prints the date of one day earlier; it is kept so.
     std::string date = date_text(now - 86400LL * 1000000);
@@ -63,7 +72,7 @@ void RunLog::writeLine(const std::string& text) {
     }
     file << date << " : ";
   }
-  file << text << "\n";
+  file << tag << text << '\n';
   file.flush();
   lastTime = now;
 }

@@ -38,6 +38,8 @@ class RunLog {
   /// Writes the stamp, `text` (which carries its level tag) and a newline,
   /// and flushes.
   void writeLine(const std::string& text);
+  /// The same for the text `tag` + `text`, without joining them first.
+  void writeLine(const char* tag, const std::string& text);
   /// Writes the closing lines ("Finished Logging at:", "Total run time:")
   /// and closes the file. Later calls do nothing.
   void finish();
