@@ -27,59 +27,42 @@ const char* const kBuiltinMessages[] = {
 }  // namespace
 
 void AppendKeywords(std::string& text, std::string_view kw) {
-  text += kIfndef;
-  text += kw;
-  text += "\nint ";
-  text += kw;
-  text += "[1];\n";
-  text += kEndif;
-  text += '\n';
+  appendPieces(text, kIfndef, kw, "\nint ", kw, "[1];\n", kEndif, "\n");
 }
 
 void AppendTypedefsC(std::string& text, std::string_view kw) {
   // Each definition takes the next number: two definitions of one name in
   // a group would make every group of two or more fail.
   const std::string n = std::to_string(S_TEST_NUMBER++);
-  text += "void func";
-  text += n;
-  text += "( ";
-  text += kw;
-  text += ") int ";
-  text += kw;
-  text += "; {}\n";
+  appendPieces(text, "void func", n, "( ", kw, ") int ", kw, "; {}\n");
 }
 
 void AppendTypedefsCPP(std::string& text, std::string_view kw) {
   const std::string n = std::to_string(S_TEST_NUMBER++);
-  text += "namespace NS";
-  text += n;
-  text += " { class A_zorv; int ";
-  text += kw;
-  text += " (A_zorv const &, int); }\nvoid foo";
-  text += n;
-  text += " (NS";
-  text += n;
-  text += "::A_zorv const & a_zorv ) { int bar_zorv ( ";
-  text += kw;
-  text += " (a_zorv, 0) ); }\n";
+  appendPieces(text, "namespace NS", n, " { class A_zorv; int ", kw,
+               " (A_zorv const &, int); }\nvoid foo", n, " (NS", n,
+               "::A_zorv const & a_zorv ) { int bar_zorv ( ", kw,
+               " (a_zorv, 0) ); }\n");
+}
+
+// The text that `append` writes for `kw`, as a string of its own.
+static std::string printed(void (*append)(std::string&, std::string_view),
+                           const std::string& kw) {
+  std::string text;
+  append(text, kw);
+  return text;
 }
 
 std::string PrintKeywords(const std::string& kw) {
-  std::string text;
-  AppendKeywords(text, kw);
-  return text;
+  return printed(AppendKeywords, kw);
 }
 
 std::string PrintTypedefsC(const std::string& kw) {
-  std::string text;
-  AppendTypedefsC(text, kw);
-  return text;
+  return printed(AppendTypedefsC, kw);
 }
 
 std::string PrintTypedefsCPP(const std::string& kw) {
-  std::string text;
-  AppendTypedefsCPP(text, kw);
-  return text;
+  return printed(AppendTypedefsCPP, kw);
 }
 
 // Compiles the test file as it stands and tells whether the compile
@@ -140,8 +123,8 @@ static bool names_a_builtin() {
 // members of the groups that failed. The suspects are views of
 // `tg.candidateKeywords`, which the stage does not change.
 static std::vector<std::string_view> run_round(
-    TesselGen& tg, const std::vector<std::string_view>& suspects,
-    int groupSize, const std::string& source, const std::string& object) {
+    TesselGen& tg, const std::vector<std::string_view>& suspects, int groupSize,
+    const std::string& source, const std::string& object) {
   std::vector<std::string_view> kept;
   const std::size_t size = static_cast<std::size_t>(groupSize);
   for (std::size_t start = 0; start < suspects.size(); start += size) {

@@ -34,13 +34,8 @@ uint32_t halving_count(int32_t batch) {
 }
 
 void AppendPossibleDefines(std::string& text, const std::string& name) {
-  text += kIfdef;
-  text += name;
-  text += "\n#include \"";
-  text += kMissingHeader;
-  text += "\"\n";
-  text += kEndif;
-  text += '\n';
+  appendPieces(text, kIfdef, name, "\n#include \"", kMissingHeader, "\"\n",
+               kEndif, "\n");
 }
 
 std::string PrintPossibleDefines(const std::string& name) {
