@@ -397,6 +397,24 @@ void ScanFile(TesselGen& tg, std::string path, ScanTables* tables) {
 
 // ---- The directory walk ----
 
+// Whether the directory entry `entry`, at `full`, is a directory, links
+// followed. The type the listing gives is taken when it is a plain one; a
+// link or an unknown type is looked up.
+static bool is_directory(const dirent& entry, const std::string& full) {
+#ifdef _DIRENT_HAVE_D_TYPE
+  if (entry.d_type == DT_DIR) {
+    return true;
+  }
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) {
+    return false;
+  }
+#else
+  (void)entry;
+#endif
+  struct stat info;
+  return stat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 int ScanDirectory(TesselGen& tg, const std::string& dir) {
   DIR* handle = opendir(dir.c_str());
   if (handle == nullptr) {
@@ -410,8 +428,7 @@ int ScanDirectory(TesselGen& tg, const std::string& dir) {
       continue;
     }
     const std::string full = dir + "/" + name;
-    struct stat info;
-    if (stat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+    if (is_directory(*entry, full)) {
       subdirectories.push_back(full);
     } else {
       names.insert(name);
@@ -460,14 +477,29 @@ static void run_scan_tasks(TesselGen& tg) {
     const NameTable& merged;
     std::size_t known;
     ~FillCandidates() {
-      std::vector<std::string_view> added;
+      // Sorted by their first eight bytes as one number first: most
+      // comparisons then need no look at the names themselves.
+      struct Keyed {
+        uint64_t prefix;
+        std::string_view name;
+      };
+      std::vector<Keyed> added;
       added.reserve(merged.size() - known);
       for (std::size_t i = known; i < merged.size(); ++i) {
-        added.push_back(merged.name(i));
+        const std::string_view name = merged.name(i);
+        uint64_t prefix = 0;
+        for (std::size_t b = 0; b < 8; ++b) {
+          prefix = (prefix << 8) |
+                   (b < name.size() ? static_cast<unsigned char>(name[b]) : 0u);
+        }
+        added.push_back(Keyed{prefix, name});
       }
-      std::sort(added.begin(), added.end());
-      for (const std::string_view name : added) {
-        tg.candidateKeywords.emplace_hint(tg.candidateKeywords.end(), name);
+      std::sort(added.begin(), added.end(), [](const Keyed& a, const Keyed& b) {
+        return a.prefix != b.prefix ? a.prefix < b.prefix : a.name < b.name;
+      });
+      for (const Keyed& entry : added) {
+        tg.candidateKeywords.emplace_hint(tg.candidateKeywords.end(),
+                                          entry.name);
       }
     }
   } fill{tg, tables.merged, known};

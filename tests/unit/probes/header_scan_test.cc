@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <map>
@@ -61,6 +62,29 @@ TEST(HeaderScan, DirectoryWithFilesListsThemAndWalksSubdirectories) {
   std::sort(files.begin(), files.end());
   EXPECT_EQ((Names{inc + "/a.h", inc + "/b.h", inc + "/sys/c.h"}), files);
   EXPECT_EQ(Names{}, log.NewLines());
+}
+
+TEST(HeaderScan, LinksAreFollowedAndABrokenLinkIsAFile) {
+  ScratchDir scratch;
+  WriteFile("real/sub/d.h", "");
+  WriteFile("real/e.h", "");
+  WriteFile("inc/a.h", "");
+  ASSERT_EQ(0, symlink((scratch.work() + "/real/sub").c_str(), "inc/linked"));
+  ASSERT_EQ(0, symlink((scratch.work() + "/real/e.h").c_str(), "inc/e.h"));
+  ASSERT_EQ(0, symlink("nowhere.h", "inc/broken.h"));
+  FakeRun run(true, true);
+  const std::string inc = scratch.work() + "/inc";
+  EXPECT_EQ(1, ScanDirectory(*run.tg, inc));
+  // A link to a directory is walked like the directory; links to files,
+  // found or not, are files.
+  EXPECT_EQ((std::map<std::string, StringSet>{{inc, {"a.h", "broken.h", "e.h"}},
+                                              {inc + "/linked", {"d.h"}}}),
+            run.tg->HeaderInventory);
+  Names files = run.tg->headerFiles;
+  std::sort(files.begin(), files.end());
+  EXPECT_EQ((Names{inc + "/a.h", inc + "/broken.h", inc + "/e.h",
+                   inc + "/linked/d.h"}),
+            files);
 }
 
 TEST(HeaderScan, DirectoryOfDirectoriesFoldsTheirFilesAndLogsThem) {
