@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 
@@ -120,6 +121,11 @@ ProcessResult RunProcess(const std::string& command) {
 }
 
 int64_t FrozenClock() { return 1763000000LL * 1000000; }
+
+void UseUtc() {
+  setenv("TZ", "UTC", 1);
+  tzset();
+}
 
 void WriteFakeRules(const std::string& rules) {
   WriteFile("fakecc.rules", rules);

@@ -64,8 +64,13 @@ ProcessResult RunProcess(const std::string& command);
 /// Quotes `text` for the shell.
 std::string ShellQuote(const std::string& text);
 
-/// A clock that never moves, so that log stamps read "[+        0ms]".
+/// A clock that never moves, so that log stamps read "[+        0ms]". Its
+/// moment is 2025-11-13 02:13:20 UTC.
 int64_t FrozenClock();
+
+/// Makes the process's local time UTC, so that the dates and file names
+/// made from FrozenClock's moment read as above.
+void UseUtc();
 
 /// Writes the rules of the fake compiler into the current directory.
 void WriteFakeRules(const std::string& rules);

@@ -27,10 +27,7 @@ using tessel_test::RecordingShell;
 // Reads FrozenClock's moment, 2025-11-13 02:13:20, in UTC from the start;
 // a member placed before the TesselGen it is meant for.
 struct UtcZone {
-  UtcZone() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
+  UtcZone() { tessel_test::UseUtc(); }
 };
 
 const char kLogName[] = "TesselGen_20251113_021320.log";

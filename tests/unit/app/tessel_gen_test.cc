@@ -17,11 +17,8 @@ namespace {
 
 using NoShell = tessel_test::RefusingShell;
 
-// FrozenClock's moment, 2025-11-13 02:13:20, read in UTC.
-void UseUtc() {
-  setenv("TZ", "UTC", 1);
-  tzset();
-}
+// Date texts below are written for UTC.
+using tessel_test::UseUtc;
 
 const char kLogName[] = "TesselGen_20251113_021320.log";
 

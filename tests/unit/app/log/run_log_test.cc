@@ -32,10 +32,7 @@ MicrosClock Scripted(std::vector<int64_t> times) {
 }
 
 // Date texts below are written for UTC.
-void UseUtc() {
-  setenv("TZ", "UTC", 1);
-  tzset();
-}
+using tessel_test::UseUtc;
 
 const char kOpening[] = "Started Logging at: Thu Nov 13 02:13:20 2025\n\n\n";
 const char kLogName[] = "TesselGen_20251113_021320.log";
