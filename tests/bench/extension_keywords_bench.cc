@@ -21,23 +21,11 @@
 #include "harness/globals.h"
 #include "harness/shell.h"
 #include "probes/extension_keywords.h"
+#include "tests/support/test_support.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-const char* const kCKeywords[] = {
-    "auto",       "break",     "case",           "char",
-    "const",      "continue",  "default",        "do",
-    "double",     "else",      "enum",           "extern",
-    "float",      "for",       "goto",           "if",
-    "inline",     "int",       "long",           "register",
-    "restrict",   "return",    "short",          "signed",
-    "sizeof",     "static",    "struct",         "switch",
-    "typedef",    "union",     "unsigned",       "void",
-    "volatile",   "while",     "_Alignas",       "_Alignof",
-    "_Atomic",    "_Bool",     "_Complex",       "_Generic",
-    "_Imaginary", "_Noreturn", "_Static_assert", "_Thread_local"};
 
 std::string Slurp(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -130,7 +118,8 @@ int main(int argc, char** argv) {
       }
     }
   }
-  for (const char* keyword : kCKeywords) {
+  for (const std::string& keyword :
+       tessel_test::ShippedLanguageKeywords(true)) {
     candidates.erase(keyword);
   }
   realShell.Run(compiler + " -xc -dM -E /dev/null >macros.txt 2>/dev/null");

@@ -22,17 +22,7 @@
 #include "harness/shell.h"
 #include "probes/header_scan.h"
 #include "probes/keyword_lists.h"
-
-// The repository's "config" directory, found from this file's path.
-static std::string config_directory() {
-  std::string source = __FILE__;
-  const std::string tail = "tests/bench/header_scan_bench.cc";
-  if (source.size() >= tail.size() &&
-      source.compare(source.size() - tail.size(), tail.size(), tail) == 0) {
-    return source.substr(0, source.size() - tail.size()) + "config";
-  }
-  return "config";
-}
+#include "tests/support/test_support.h"
 
 // Processor seconds (user and system) used by the process so far.
 static double cpu_seconds() {
@@ -60,7 +50,8 @@ int main(int argc, char** argv) {
     dirs = {"/usr/lib/gcc/x86_64-linux-gnu/12/include", "/usr/local/include",
             "/usr/include/x86_64-linux-gnu", "/usr/include"};
   }
-  const std::string ignorePath = config_directory() + "/ignore_keywords.txt";
+  const std::string ignorePath =
+      std::string(tessel_test::kSourceDir) + "/" + kIgnoreKeywordsPath;
 
   char scratch[] = "/tmp/header_scan_bench.XXXXXX";
   if (mkdtemp(scratch) == nullptr || chdir(scratch) != 0) {

@@ -8,8 +8,10 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 #include "harness/globals.h"
+#include "probes/keyword_lists.h"
 
 namespace tessel_test {
 
@@ -125,6 +127,14 @@ int64_t FrozenClock() { return 1763000000LL * 1000000; }
 void UseUtc() {
   setenv("TZ", "UTC", 1);
   tzset();
+}
+
+std::set<std::string> ShippedLanguageKeywords(bool isC) {
+  std::set<std::string> keywords;
+  LoadKeywordList(
+      std::string(kSourceDir) + "/" + (isC ? kCKeywordsPath : kCppKeywordsPath),
+      keywords, std::cerr);
+  return keywords;
 }
 
 void WriteFakeRules(const std::string& rules) {

@@ -2,6 +2,7 @@
 #define TESSEL_TESTS_SUPPORT_TEST_SUPPORT_H_
 
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -71,6 +72,10 @@ int64_t FrozenClock();
 /// Makes the process's local time UTC, so that the dates and file names
 /// made from FrozenClock's moment read as above.
 void UseUtc();
+
+/// The language keywords of the C (`isC`) or C++ product as a run loads
+/// them: the shipped "config/c_keywords.txt" or "config/cpp_keywords.txt".
+std::set<std::string> ShippedLanguageKeywords(bool isC);
 
 /// Writes the rules of the fake compiler into the current directory.
 void WriteFakeRules(const std::string& rules);
