@@ -32,16 +32,17 @@ struct ScanTables {
              const std::set<std::string>& candidateKeywords);
   /// The ignore list; only read while tasks run.
   NameTable ignore;
-  /// Every name already in `candidateKeywords`, so that a task's merge
-  /// searches the ordered set only for names it does not hold yet. Guarded
-  /// by `TesselGen::scanMutex`, like `candidateKeywords`.
+  /// The names already in `candidateKeywords`, then every name the tasks
+  /// merge; the stage puts the new ones into `candidateKeywords` once all
+  /// tasks have ended. Guarded by `TesselGen::scanMutex` while tasks run.
   NameTable merged;
 };
 
 /// Scans one file, as one task of the header scan: counts it on the
 /// progress indicator and logs `path`, then collects its identifiers (less
-/// `tg.ignoreKeywords`) into `tg.candidateKeywords` with one merge under
-/// `TesselGen::scanMutex`. Text files are tokenised by `LineScanner`;
+/// `tg.ignoreKeywords`) with one merge under `TesselGen::scanMutex`: into
+/// `tables->merged` when tables are given, else into
+/// `tg.candidateKeywords`. Text files are tokenised by `LineScanner`;
 /// binary files contribute the identifiers of the printable runs that end
 /// at zero bytes. A path without any "." is not scanned: a "[WARN] " log
 /// line names it and the scan goes on with the other files. `tables` are
