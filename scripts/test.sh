@@ -27,7 +27,8 @@ if command -v clang-format >/dev/null 2>&1; then
 else
   echo "skipped: clang-format not installed"
 fi
-if git grep -n -I -E '[[:blank:]]+$' -- . ':!*.md' ':!data/' ':!config/'; then
+if git grep -n -I -E '[[:blank:]]+$' -- . ':!*.md' ':!data/' ':!config/' \
+  ':!tests/fuzz/corpus/'; then
   echo "trailing blanks in the lines above"
   status=1
 fi
