@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Installs what building and testing TesselGen needs on a Debian machine:
-# the build tools and GoogleTest, and the compilers that the real-compiler
-# tests characterise. Does nothing for packages that are already there, and
-# nothing at all unless it runs as root with apt-get (or when
-# TESSEL_NO_INSTALL=1).
+# the build tools, GoogleTest, clang's fuzzing runtime, and the compilers
+# that the real-compiler tests characterise. Does nothing for packages that
+# are already there, and nothing at all unless it runs as root with apt-get
+# (or when TESSEL_NO_INSTALL=1).
 set -uo pipefail
 [ "${TESSEL_NO_INSTALL:-0}" = 1 ] && exit 0
 command -v apt-get >/dev/null 2>&1 || exit 0
 [ "$(id -u)" = 0 ] || exit 0
 
-packages=(cmake ninja-build g++ gcc clang libgtest-dev
+packages=(cmake ninja-build g++ gcc clang libclang-rt-dev libgtest-dev
   sdcc gcc-avr avr-libc gcc-arm-none-eabi libnewlib-arm-none-eabi tcc
   gcc-multilib g++-multilib)
 missing=()

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds TesselGen and runs every test: once in a normal build (unit, stage
 # and real-compiler tests) and once with AddressSanitizer and
-# UndefinedBehaviorSanitizer (unit and stage tests).
+# UndefinedBehaviorSanitizer (unit and stage tests); then fuzzes each reader
+# of outside data for TESSEL_FUZZ_SECONDS seconds (default 60) with clang.
 #
 # Compilers that the real-compiler tests use are installed with apt-get when
 # this runs as root and they are missing; set TESSEL_NO_INSTALL=1 to skip
@@ -43,4 +44,11 @@ ctest --test-dir "$top/build" -j "$jobs" --output-on-failure || status=1
 echo "== Tests under the sanitizers: unit and stage =="
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir "$top/build-asan" -j "$jobs" -L 'unit|stage' --output-on-failure || status=1
+fuzz_seconds=${TESSEL_FUZZ_SECONDS:-60}
+echo "== Fuzzing: each reader for $fuzz_seconds s (libFuzzer, ASan + UBSan) =="
+if command -v clang++ >/dev/null 2>&1; then
+  "$top/scripts/fuzz.sh" "$fuzz_seconds" || status=1
+else
+  echo "skipped: clang++ not installed"
+fi
 exit $status
