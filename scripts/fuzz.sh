@@ -4,7 +4,8 @@
 # corpus from tests/fuzz/corpus/<target>/. The inputs a run discovers stay
 # in the copy, which is removed afterwards, so the repository never
 # changes. Fails when a target does not build or any input crashes one;
-# the crashing input is kept in build-fuzz/crashes/<target>/.
+# the log of each target and any crashing input stay in
+# build-fuzz/fuzz-out/<target>/.
 #
 # Usage: scripts/fuzz.sh [SECONDS] [TARGET...]
 set -euo pipefail
@@ -41,18 +42,18 @@ export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 status=0
 for target in "${targets[@]}"; do
-  mkdir -p "$work/$target/corpus" "$work/$target/tmp" "$build/crashes/$target"
+  mkdir -p "$work/$target/corpus" "$work/$target/tmp" "$build/fuzz-out/$target"
   cp "$top/tests/fuzz/corpus/$target/"* "$work/$target/corpus/"
-  log=$build/crashes/$target/fuzz.log
+  log=$build/fuzz-out/$target/fuzz.log
   if (cd "$work/$target" && TMPDIR="$work/$target/tmp" \
     "$build/tests/fuzz/$target" -max_total_time="$seconds" -timeout=10 \
-    -print_final_stats=1 -artifact_prefix="$build/crashes/$target/" \
+    -print_final_stats=1 -artifact_prefix="$build/fuzz-out/$target/" \
     corpus >"$log" 2>&1); then
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
     echo "$target: no crash in ${seconds} s, ${runs:-?} runs, ${rate:-?} exec/s"
   else
-    echo "$target: FAILED (log and input in $build/crashes/$target/)"
+    echo "$target: FAILED (log and input in $build/fuzz-out/$target/)"
     grep -E '^(==[0-9]+==ERROR|SUMMARY|.*runtime error)' "$log" | head -5 || true
     status=1
   fi
