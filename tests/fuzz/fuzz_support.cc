@@ -11,20 +11,16 @@
 
 namespace tessel_fuzz {
 
-namespace {
-
 // The scratch directory, removed when the process exits normally.
-std::string& scratch_path() {
+static std::string& scratch_path() {
   static std::string path;
   return path;
 }
 
-void remove_scratch() {
+static void remove_scratch() {
   std::error_code ignored;
   std::filesystem::remove_all(scratch_path(), ignored);
 }
-
-}  // namespace
 
 // Makes the scratch directory on the first call; returns its path.
 static const std::string& scratch_directory() {
