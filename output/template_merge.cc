@@ -5,6 +5,7 @@
 #include <set>
 
 #include "app/tessel_gen.h"
+#include "util/text.h"
 
 namespace {
 
@@ -22,20 +23,6 @@ const SectionKind kSectionKinds[] = {
 };
 
 }  // namespace
-
-// Removes leading and trailing blanks; tabs and carriage returns stay.
-static std::string trim_blanks(const std::string& text) {
-  std::string::size_type first = text.find_first_not_of(' ');
-  if (first == std::string::npos) {
-    return "";
-  }
-  std::string::size_type last = text.find_last_not_of(' ');
-  return text.substr(first, last - first + 1);
-}
-
-static bool contains(const std::string& text, const char* part) {
-  return text.find(part) != std::string::npos;
-}
 
 TemplateSections ReadTemplateSections(std::istream& in) {
   TemplateSections sections;

@@ -1,7 +1,6 @@
 #include "probes/extension_keywords.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -12,6 +11,7 @@
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
 #include "harness/globals.h"
+#include "util/text.h"
 
 unsigned int S_TEST_NUMBER = 0;
 
@@ -170,8 +170,7 @@ void ScanExtensionKeywords(TesselGen& tg) {
 
   // One progress item per round: 1 + log2 of the starting group size.
   int groupSize = tg.reducedFileSize ? 1024 : 4096;
-  tg.progressStart(
-      static_cast<uint32_t>(std::log10(groupSize) / 0.3010299956639812 + 1));
+  tg.progressStart(halving_count(groupSize));
   while (groupSize != 0) {
     tg.log.info("\tNumber is now: " + std::to_string(groupSize));
     if (static_cast<std::size_t>(groupSize) <= suspects.size()) {

@@ -1,7 +1,6 @@
 #include "probes/include_dirs.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -11,6 +10,7 @@
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
+#include "util/text.h"
 
 const char kIncludeTestBase[] = "inctest";
 
@@ -57,10 +57,6 @@ static std::string include_line(const std::string& header) {
   return "#include <" + header + ">\n";
 }
 
-static bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 std::string normalise_output(const std::string& text, const std::string& name) {
   std::string result = text;
   if (!name.empty()) {
@@ -70,14 +66,7 @@ std::string normalise_output(const std::string& text, const std::string& name) {
       at = result.find(name, at);
     }
   }
-  std::string kept;
-  for (char c : result) {
-    unsigned char byte = static_cast<unsigned char>(c);
-    if (!std::isdigit(byte) && !std::isspace(byte)) {
-      kept += c;
-    }
-  }
-  return kept;
+  return drop_digits_and_space(result);
 }
 
 std::string normalise_paths(const std::string& text) {

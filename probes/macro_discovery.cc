@@ -1,12 +1,12 @@
 #include "probes/macro_discovery.h"
 
 #include <algorithm>
-#include <cmath>
 #include <set>
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
 #include "probes/macro_values.h"
+#include "util/text.h"
 
 const char kDefineTestBase[] = "tmp_def_test";
 
@@ -26,11 +26,6 @@ std::vector<std::string> macro_candidates(const TesselGen& tg) {
 
 int32_t macro_batch_size(const TesselGen& tg) {
   return tg.reducedFileSize ? 1024 : 16384;
-}
-
-uint32_t halving_count(int32_t batch) {
-  return static_cast<uint32_t>(
-      std::floor(std::log10(batch) / 0.3010299956639812 + 1.0));
 }
 
 void AppendPossibleDefines(std::string& text, const std::string& name) {

@@ -31,10 +31,6 @@ std::vector<std::string> macro_candidates(const TesselGen& tg);
 /// The number of candidates per test file: 1024 with "-rfs", else 16384.
 int32_t macro_batch_size(const TesselGen& tg);
 
-/// The number of halvings from `batch` down to zero, computed from the
-/// logarithm as the progress total of the sweeps: 15 for 16384, 11 for 1024.
-uint32_t halving_count(int32_t batch);
-
 /// The three-line block that tests one candidate `name`: an "#ifdef" around
 /// an include of the header "ak12345", which never exists, so that only a
 /// defined name makes the compiler complain about that header.

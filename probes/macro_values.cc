@@ -7,6 +7,7 @@
 #include "harness/compile_harness.h"
 #include "harness/globals.h"
 #include "probes/macro_discovery.h"
+#include "util/text.h"
 
 const char kStringifyDefine[] = "_KIV_STRINGIFY(x)=#x";
 
@@ -14,15 +15,6 @@ const char kStringifyDefine[] = "_KIV_STRINGIFY(x)=#x";
 static const char kOpenMarker[] = "yyy";
 static const char kCloseMarker[] = "zzz";
 static const std::string::size_type kMarkerLength = 3;
-
-// `text` without the blanks at either end (tabs and newlines stay).
-static std::string strip_blanks(const std::string& text) {
-  std::string::size_type first = text.find_first_not_of(' ');
-  if (first == std::string::npos) {
-    return std::string();
-  }
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 void print_undetermined_define(TesselGen& tg, const std::string& name) {
   *tg.out << "define \"" << name
@@ -56,7 +48,7 @@ static bool quotes_to_stringify(TesselGen& tg, std::string& value,
 
 bool RecordMacroValue(TesselGen& tg, const std::string& text,
                       const std::string& name) {
-  std::string value = strip_blanks(text);
+  std::string value = trim_blanks(text);
   if (std::count(value.begin(), value.end(), '"') % 2 != 0) {
     value.erase(value.rfind('"'));
   }

@@ -12,6 +12,7 @@
 #include "harness/globals.h"
 #include "probes/type_alignment.h"
 #include "probes/type_keywords.h"
+#include "util/text.h"
 
 namespace {
 
@@ -106,10 +107,6 @@ static void native_size(TesselGen& tg, const std::string& prefix,
   }
   tg.shell->Run("./" + program + " >" + kStdoutLog);
   type.bits = std::stoi(readWholeFile(kStdoutLog)) * 8;
-}
-
-static bool contains(const std::string& text, const std::string& needle) {
-  return text.find(needle) != std::string::npos;
 }
 
 // The size whose encoding of 0.1 occurs in a binary object, or 0. The
@@ -256,20 +253,6 @@ static void cross_integer_size(TesselGen& tg, const std::string& prefix,
   type.bits = (attempt - 1) * 8;
 }
 
-// Compiler messages with every decimal digit and white-space character
-// removed, so that two messages that differ only in numbers and layout
-// compare equal.
-static std::string reduce_message(const std::string& text) {
-  std::string reduced;
-  for (char c : text) {
-    unsigned char u = static_cast<unsigned char>(c);
-    if (!std::isdigit(u) && !std::isspace(u)) {
-      reduced += c;
-    }
-  }
-  return reduced;
-}
-
 static void decide_signedness(TesselGen& tg, const std::string& prefix,
                               TypeRecord& type) {
   if (type.kind == kIntegerKind && prefix.empty()) {
@@ -287,7 +270,9 @@ static void decide_signedness(TesselGen& tg, const std::string& prefix,
       std::string unsignedText;
       compileTypeTest(tg, "int a[(unsigned " + match + ")-1];\n", nullptr,
                       &unsignedText);
-      if (reduce_message(signedText) == reduce_message(unsignedText)) {
+      // Messages that differ only in numbers and layout are the same.
+      if (drop_digits_and_space(signedText) ==
+          drop_digits_and_space(unsignedText)) {
         type.isUnsigned = 1;
       }
     }

@@ -35,10 +35,3 @@ TEST(MacroDiscovery, BatchIsSmallerWithReducedFileSize) {
   run.tg->reducedFileSize = true;
   EXPECT_EQ(1024, macro_batch_size(*run.tg));
 }
-
-TEST(MacroDiscovery, HalvingCountComesFromTheLogarithm) {
-  EXPECT_EQ(15u, halving_count(16384));
-  EXPECT_EQ(11u, halving_count(1024));
-  EXPECT_EQ(1u, halving_count(1));
-  EXPECT_EQ(2u, halving_count(3));
-}
