@@ -217,8 +217,7 @@ bool runTestFile(TesselGen& tg, const std::string& path,
     }
   } else if (!tg.isCross) {
     std::string program = testName + kExeExt;
-    tg.shell->Run("./" + program + " >" + kStdoutLog + " 2>" + kStderrLog);
-    result = readCompilerOutput();
+    result = run_program(tg, program, true);
     if (result.find("-bits") == std::string::npos) {
       result.clear();
     }
@@ -237,4 +236,35 @@ bool runTestFile(TesselGen& tg, const std::string& path,
 
 void removeMatching(TesselGen& tg, const std::string& prefix) {
   tg.shell->Run("rm  " + prefix + "* -f");
+}
+
+std::string run_program(TesselGen& tg, const std::string& program,
+                        bool captureErrors) {
+  std::string command = "./" + program + " >" + kStdoutLog;
+  if (captureErrors) {
+    command += std::string(" 2>") + kStderrLog;
+  }
+  tg.shell->Run(command);
+  return captureErrors ? readCompilerOutput() : readWholeFile(kStdoutLog);
+}
+
+std::optional<std::string> build_and_run_program(
+    TesselGen& tg, const std::string& source, const std::string& text,
+    const ProgramRunOptions& options) {
+  const std::string::size_type dot = source.rfind('.');
+  const std::string program =
+      (dot == std::string::npos ? source : source.substr(0, dot)) + kExeExt;
+  writeWholeFile(source, text);
+  if (options.removeOldProgram) {
+    std::remove(program.c_str());
+  }
+  runCompileScript(tg, buildCommand(tg, source, true, ""));
+  std::remove(kStdoutLog);
+  if (options.dropBuildErrors) {
+    std::remove(kStderrLog);
+  }
+  if (!canOpen(program)) {
+    return std::nullopt;
+  }
+  return run_program(tg, program, options.captureErrors);
 }

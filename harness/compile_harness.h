@@ -2,6 +2,7 @@
 #define TESSEL_HARNESS_COMPILE_HARNESS_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -105,5 +106,34 @@ bool writeWholeFile(const std::string& path, const std::string& text);
 
 /// True when `path` can be opened for reading.
 bool canOpen(const std::string& path);
+
+/// How `build_and_run_program` treats the files around the program. The
+/// stages differ only in these points; everything else is the same sequence.
+struct ProgramRunOptions {
+  /// Deletes the program before it is built, so that a failed build cannot
+  /// leave an older program in place to be run.
+  bool removeOldProgram = true;
+  /// Deletes "stderr.log" of the build as well as "stdout.log"; when false
+  /// the build's error messages stay in "stderr.log" while the program runs.
+  bool dropBuildErrors = true;
+  /// Sends the program's standard error to "stderr.log" too; what it printed
+  /// is then "stdout.log" followed by "stderr.log".
+  bool captureErrors = false;
+};
+
+/// Runs "./" + `program` with its standard output in "stdout.log" (and its
+/// standard error in "stderr.log" when `captureErrors`) and returns what it
+/// printed: "stdout.log", followed by "stderr.log" when `captureErrors`.
+std::string run_program(TesselGen& tg, const std::string& program,
+                        bool captureErrors);
+
+/// Builds a program from `text` and runs it: writes `text` to `source`,
+/// deletes the old program (see `options`), links `source` into its base
+/// name + ".exe" with the compile script, deletes the build's capture files,
+/// and, when the program appeared, runs it as `run_program` does. Returns
+/// what the program printed, or nothing when the build made no program.
+std::optional<std::string> build_and_run_program(
+    TesselGen& tg, const std::string& source, const std::string& text,
+    const ProgramRunOptions& options);
 
 #endif  // TESSEL_HARNESS_COMPILE_HARNESS_H_

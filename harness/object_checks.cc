@@ -3,8 +3,8 @@
 #include <dirent.h>
 
 #include <cctype>
-#include <cstdio>
 #include <fstream>
+#include <optional>
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
@@ -93,14 +93,16 @@ void checkHostExecution(TesselGen& tg) {
   const std::string base = "tmp_exe_test";
   const std::string source = base + sourceExtension(tg);
   removeMatching(tg, base);
-  writeWholeFile(source, printfDeclaration(tg) +
-                             "int main() { printf(\"hello world\"); return 0; "
-                             "}");
-  runCompileScript(tg, buildCommand(tg, source, true, ""));
-  std::remove(kStdoutLog);
-  std::remove(kStderrLog);
-  const std::string program = base + kExeExt;
-  if (!canOpen(program)) {
+  ProgramRunOptions options;
+  // Every file of the base name was removed just above.
+  options.removeOldProgram = false;
+  options.captureErrors = true;
+  const std::optional<std::string> printed = build_and_run_program(
+      tg, source,
+      printfDeclaration(tg) +
+          "int main() { printf(\"hello world\"); return 0; }",
+      options);
+  if (!printed) {
     *tg.out << "Failed to compile a test file for execution! Please check the "
                "compile options used (or the compiler linker environment) for "
                "next time, however continuing in Cross Compiler mode"
@@ -108,8 +110,7 @@ void checkHostExecution(TesselGen& tg) {
     tg.isCross = true;
     return;
   }
-  tg.shell->Run("./" + program + " >" + kStdoutLog + " 2>" + kStderrLog);
-  std::string output = readCompilerOutput();
+  const std::string& output = *printed;
   if (output == "hello world") {
     *tg.out << "Native compilation OK.\n" << std::flush;
     return;

@@ -1,7 +1,7 @@
 #include "probes/macro_values.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <optional>
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
@@ -77,23 +77,21 @@ bool RecordMacroValue(TesselGen& tg, const std::string& text,
 // "stdout.log"; both capture files stay behind.
 static void native_value(TesselGen& tg, const std::string& source,
                          const std::string& name) {
-  const std::string program = kDefineTestBase + std::string(kExeExt);
-  writeWholeFile(source, std::string(kStringifyS) + "\n" + kStringifyM + "\n" +
-                             printfDeclaration(tg) + "\n" + kMainStart +
-                             " printf(\"%s\", M(" + name + ")); " +
-                             kReturnZero + kCloseBrace + "\n");
-  runCompileScript(tg, buildCommand(tg, source, true, ""));
-  if (canOpen(program)) {
-    std::remove(kStdoutLog);
-    std::remove(kStderrLog);
-    tg.shell->Run("./" + program + " >" + kStdoutLog);
-    RecordMacroValue(tg, readCompilerOutput(), name);
+  ProgramRunOptions options;
+  // The stage has already removed every file of the test's base name.
+  options.removeOldProgram = false;
+  const std::optional<std::string> printed = build_and_run_program(
+      tg, source,
+      std::string(kStringifyS) + "\n" + kStringifyM + "\n" +
+          printfDeclaration(tg) + "\n" + kMainStart + " printf(\"%s\", M(" +
+          name + ")); " + kReturnZero + kCloseBrace + "\n",
+      options);
+  if (printed) {
+    RecordMacroValue(tg, *printed, name);
     return;
   }
   *tg.out << source << " failed to compile! can't find value of: " << name
           << std::endl;
-  std::remove(kStdoutLog);
-  std::remove(kStderrLog);
 }
 
 // Tries every "yyy ... zzz" pair of the compiler's messages `text` as the

@@ -1,7 +1,7 @@
 #include "probes/type_alignment.h"
 
 #include <cstdint>
-#include <cstdio>
+#include <optional>
 #include <string>
 
 #include "app/tessel_gen.h"
@@ -27,24 +27,17 @@ const AlignVariant kVariants[4] = {
 // The typedef of "codeptr" is not written here, so that type always falls
 // through to the compile-only method. Returns 0 when nothing was learned.
 static int native_alignment(TesselGen& tg, const TypeRecord& type) {
-  std::string source = kTypeAlign + sourceExtension(tg);
-  writeWholeFile(source, printfDeclaration(tg) + "\n" + "struct X {char c;" +
-                             type.name + " d;};\n" +
-                             "int main() { printf(\"%d\", sizeof(struct "
-                             "X)); }\n");
-  std::string program = std::string(kTypeAlign) + kExeExt;
-  // A failed build leaves an older program in place; it must not be run.
-  std::remove(program.c_str());
-  runCompileScript(tg, buildCommand(tg, source, true, ""));
-  std::remove(kStdoutLog);
-  std::remove(kStderrLog);
-  if (!canOpen(program)) {
+  const std::optional<std::string> printed = build_and_run_program(
+      tg, kTypeAlign + sourceExtension(tg),
+      printfDeclaration(tg) + "\n" + "struct X {char c;" + type.name +
+          " d;};\n" + "int main() { printf(\"%d\", sizeof(struct X)); }\n",
+      ProgramRunOptions());
+  if (!printed) {
     return 0;
   }
-  tg.shell->Run("./" + program + " >" + kStdoutLog);
   // Output that does not start with a number makes std::stoi throw, which
   // ends the run on purpose.
-  return std::stoi(readWholeFile(kStdoutLog)) - type.bits / 8;
+  return std::stoi(*printed) - type.bits / 8;
 }
 
 // Size of the structure of variant `v`: the object of 65 elements minus the

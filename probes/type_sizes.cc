@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -92,21 +93,19 @@ static bool classify_type(TesselGen& tg, const std::string& prefix,
 // does not start with a number; that ends the run on purpose.
 static void native_size(TesselGen& tg, const std::string& prefix,
                         TypeRecord& type) {
-  std::string source = kTypeTest + sourceExtension(tg);
-  writeWholeFile(source, printfDeclaration(tg) + "\n" + prefix + "\n" +
-                             "int main() { printf(\"%d\", sizeof(" + type.name +
-                             ")); }\n");
-  std::string program = std::string(kTypeTest) + kExeExt;
-  // A failed build leaves an older program in place; it must not be run.
-  std::remove(program.c_str());
-  runCompileScript(tg, buildCommand(tg, source, true, ""));
-  std::remove(kStdoutLog);
-  if (!canOpen(program)) {
+  ProgramRunOptions options;
+  // The build's error messages stay behind in "stderr.log".
+  options.dropBuildErrors = false;
+  const std::optional<std::string> printed = build_and_run_program(
+      tg, kTypeTest + sourceExtension(tg),
+      printfDeclaration(tg) + "\n" + prefix + "\n" +
+          "int main() { printf(\"%d\", sizeof(" + type.name + ")); }\n",
+      options);
+  if (!printed) {
     report_default(tg, type.name, false);
     return;
   }
-  tg.shell->Run("./" + program + " >" + kStdoutLog);
-  type.bits = std::stoi(readWholeFile(kStdoutLog)) * 8;
+  type.bits = std::stoi(*printed) * 8;
 }
 
 // The size whose encoding of 0.1 occurs in a binary object, or 0. The
