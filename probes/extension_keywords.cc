@@ -13,8 +13,6 @@
 #include "harness/globals.h"
 #include "util/text.h"
 
-unsigned int S_TEST_NUMBER = 0;
-
 namespace {
 
 const char kTestBase[] = "tmp_cmpext_test";

@@ -6,12 +6,6 @@
 
 class TesselGen;
 
-/// Numbers the functions and namespaces that the typedef emitters write, so
-/// that every emitted definition in one test file has a name of its own.
-/// Starts at 0, counts across the whole run and is only reset by
-/// `reset_globals_for_testing()`.
-extern unsigned int S_TEST_NUMBER;
-
 /// The text that uses `kw` as an object name: "#ifndef kw", "int kw[1];",
 /// "#endif", each ended by a newline. The guard keeps a candidate that is a
 /// macro from breaking the file.
