@@ -6,7 +6,6 @@
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
-#include "probes/type_alignment.h"
 #include "probes/type_keywords.h"
 #include "probes/type_test_run.h"
 
@@ -108,6 +107,23 @@ static void apply_verdict(TesselGen& tg, const KeywordCase& c,
   } else {
     lines.insert(quoted_define(tg, c.keyword, c.verdict));
   }
+}
+
+std::string ClassifyAccessKeyword(TesselGen& tg, const std::string& keyword) {
+  const std::string member = "class X {" + keyword + ":int a;};\n";
+  if (!compileTypeTest(tg, member, nullptr, nullptr)) {
+    return std::string();
+  }
+  if (compileTypeTest(tg, member + "X x;\nint main() {x.a = 3;}\n", nullptr,
+                      nullptr)) {
+    return "public";
+  }
+  if (compileTypeTest(
+          tg, member + "class Y : public X {void x(void) {int b = a;}};\n",
+          nullptr, nullptr)) {
+    return "protected";
+  }
+  return "private";
 }
 
 // A keyword that compiled in no position: an access specifier (C++), a

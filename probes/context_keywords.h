@@ -26,6 +26,11 @@ std::string trimmed(const std::string& keyword);
 bool decoratedStandardKeyword(const TesselGen& tg, const std::string& keyword,
                               std::string* standard);
 
+/// Tells whether `keyword`, written where C++ expects an access specifier,
+/// acts as "public", "protected" or "private"; empty when it cannot stand
+/// there at all.
+std::string ClassifyAccessKeyword(TesselGen& tg, const std::string& keyword);
+
 /// Decides the treatment of every keyword of `tg.extensionKeywordsFound` by
 /// compiling the test directory of the product (the context test directory
 /// when `contextMode` is set) with the macro "XXX" standing for the

@@ -6,7 +6,7 @@
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
-#include "probes/type_sizes.h"
+#include "probes/type_measure.h"
 
 namespace {
 

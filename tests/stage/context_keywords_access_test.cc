@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "probes/context_keywords.h"
-#include "probes/type_alignment.h"
+#include "tests/stage/types/type_fake_model.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::FakeRun;
+using tessel_test::ReadFile;
 using tessel_test::ScratchDir;
+using tessel_test::TypeModelRules;
 using tessel_test::WriteFakeRules;
 
 namespace {
@@ -69,4 +71,50 @@ TEST(ContextKeywordsAccessStage, CNeverTriesTheAccessClassification) {
                              "-d __pub=", "-d kiv_ignore_paren=_ignore_paren"}),
       found.lines);
   EXPECT_EQ(0, run.shell.compiles);
+}
+
+TEST(ContextKeywordsAccessStage, AccessKeywordPublicNeedsTwoCompiles) {
+  ScratchDir scratch;
+  FakeRun run(false, true);
+  WriteFakeRules(TypeModelRules("", "custom_rule() { return 0; }\n"));
+  EXPECT_EQ("public", ClassifyAccessKeyword(*run.tg, "__published"));
+  EXPECT_EQ(2, run.shell.compiles);
+  EXPECT_EQ(
+      "class X {__published:int a;};\n----\n"
+      "class X {__published:int a;};\nX x;\nint main() {x.a = 3;}\n----\n",
+      ReadFile("sources.log"));
+}
+
+TEST(ContextKeywordsAccessStage,
+     AccessKeywordProtectedReachedFromDerivedClass) {
+  ScratchDir scratch;
+  FakeRun run(false, true);
+  WriteFakeRules(TypeModelRules(
+      "",
+      "custom_rule() { has 'x.a = 3' && fail 'error: protected'; "
+      "return 0; }\n"));
+  EXPECT_EQ("protected", ClassifyAccessKeyword(*run.tg, "prot"));
+  EXPECT_EQ(3, run.shell.compiles);
+  EXPECT_NE(std::string::npos,
+            ReadFile("sources.log")
+                .find("class X {prot:int a;};\nclass Y : public X {void "
+                      "x(void) {int b = a;}};\n----\n"));
+}
+
+TEST(ContextKeywordsAccessStage, AccessKeywordPrivateWhenNothingReachesIt) {
+  ScratchDir scratch;
+  FakeRun run(false, true);
+  WriteFakeRules(
+      "has 'x.a = 3' && fail 'error: private'\n"
+      "has 'int b = a' && fail 'error: private'\n");
+  EXPECT_EQ("private", ClassifyAccessKeyword(*run.tg, "priv"));
+  EXPECT_EQ(3, run.shell.compiles);
+}
+
+TEST(ContextKeywordsAccessStage, AccessKeywordEmptyWhenItCannotStandThere) {
+  ScratchDir scratch;
+  FakeRun run(false, true);
+  WriteFakeRules("fail 'error: expected member name'\n");
+  EXPECT_EQ("", ClassifyAccessKeyword(*run.tg, "__int64"));
+  EXPECT_EQ(1, run.shell.compiles);
 }

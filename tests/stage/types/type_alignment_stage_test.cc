@@ -1,11 +1,9 @@
-// The alignment procedure and the access keyword classification against the
-// fake compiler.
+// The alignment procedure against the fake compiler.
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-#include "probes/type_alignment.h"
-#include "probes/type_sizes.h"
+#include "probes/type_measure.h"
 #include "tests/stage/types/type_fake_model.h"
 #include "tests/support/test_support.h"
 
@@ -134,49 +132,4 @@ TEST(TypeAlignmentStage, NativeOutputWithoutNumberEndsInStoiError) {
   FakeRun run(true, false);
   WriteFakeRules("program_prints 'size?'\n");
   EXPECT_THROW(Aligned(run, "int", 32), std::invalid_argument);
-}
-
-TEST(TypeAlignmentStage, AccessKeywordPublicNeedsTwoCompiles) {
-  ScratchDir scratch;
-  FakeRun run(false, true);
-  WriteFakeRules(TypeModelRules("", "custom_rule() { return 0; }\n"));
-  EXPECT_EQ("public", ClassifyAccessKeyword(*run.tg, "__published"));
-  EXPECT_EQ(2, run.shell.compiles);
-  EXPECT_EQ(
-      "class X {__published:int a;};\n----\n"
-      "class X {__published:int a;};\nX x;\nint main() {x.a = 3;}\n----\n",
-      ReadFile("sources.log"));
-}
-
-TEST(TypeAlignmentStage, AccessKeywordProtectedReachedFromDerivedClass) {
-  ScratchDir scratch;
-  FakeRun run(false, true);
-  WriteFakeRules(TypeModelRules(
-      "",
-      "custom_rule() { has 'x.a = 3' && fail 'error: protected'; "
-      "return 0; }\n"));
-  EXPECT_EQ("protected", ClassifyAccessKeyword(*run.tg, "prot"));
-  EXPECT_EQ(3, run.shell.compiles);
-  EXPECT_NE(std::string::npos,
-            ReadFile("sources.log")
-                .find("class X {prot:int a;};\nclass Y : public X {void "
-                      "x(void) {int b = a;}};\n----\n"));
-}
-
-TEST(TypeAlignmentStage, AccessKeywordPrivateWhenNothingReachesIt) {
-  ScratchDir scratch;
-  FakeRun run(false, true);
-  WriteFakeRules(
-      "has 'x.a = 3' && fail 'error: private'\n"
-      "has 'int b = a' && fail 'error: private'\n");
-  EXPECT_EQ("private", ClassifyAccessKeyword(*run.tg, "priv"));
-  EXPECT_EQ(3, run.shell.compiles);
-}
-
-TEST(TypeAlignmentStage, AccessKeywordEmptyWhenItCannotStandThere) {
-  ScratchDir scratch;
-  FakeRun run(false, true);
-  WriteFakeRules("fail 'error: expected member name'\n");
-  EXPECT_EQ("", ClassifyAccessKeyword(*run.tg, "__int64"));
-  EXPECT_EQ(1, run.shell.compiles);
 }

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "probes/type_keywords.h"
+#include "probes/type_measure.h"
 #include "probes/type_sizes.h"
 #include "tests/stage/types/type_fake_model.h"
 #include "tests/support/test_support.h"

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "harness/globals.h"
-#include "probes/type_alignment.h"
+#include "probes/type_measure.h"
 #include "probes/type_sizes.h"
 #include "tests/stage/types/type_fake_model.h"
 #include "tests/support/test_support.h"
