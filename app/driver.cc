@@ -13,7 +13,7 @@
 #include "probes/header_scan.h"
 #include "probes/include_dirs.h"
 #include "probes/keyword_lists.h"
-#include "probes/macro_discovery.h"
+#include "probes/macro_stage.h"
 #include "probes/type_sizes.h"
 #include "probes/type_test_run.h"
 

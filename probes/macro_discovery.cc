@@ -5,7 +5,6 @@
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
-#include "probes/macro_values.h"
 #include "util/text.h"
 
 const char kDefineTestBase[] = "tmp_def_test";
@@ -89,10 +88,4 @@ void DiscoverPredefinedMacros(TesselGen& tg) {
   }
   tg.progressEnd();
   tg.PredefinedMacros = working;
-}
-
-void FindPredefinedMacros(TesselGen& tg, std::ostream& personality) {
-  DiscoverPredefinedMacros(tg);
-  CalculateMacroValues(tg);
-  WriteDefineLines(tg, personality);
 }

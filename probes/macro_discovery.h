@@ -2,7 +2,6 @@
 #define TESSEL_PROBES_MACRO_DISCOVERY_H_
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,6 @@ class TesselGen;
 /// Base name of every macro test file ("tmp_def_test"); the source is this
 /// plus ".c" or ".cpp", the test program this plus ".exe".
 extern const char kDefineTestBase[];
-
-/// The macro stage: finds which candidates the compiler predefines
-/// (`PredefinedMacros`), then their values (`FoundDefines`), and writes the
-/// define lines (the user's "-xd" entries first) to `personality`.
-void FindPredefinedMacros(TesselGen& tg, std::ostream& personality);
 
 /// The first half of the macro stage: tests the candidates in files of many
 /// "#ifdef" blocks, halving the files that report a hit until single names

@@ -7,6 +7,7 @@
 
 #include "harness/globals.h"
 #include "probes/macro_discovery.h"
+#include "probes/macro_stage.h"
 #include "probes/macro_values.h"
 #include "tests/stage/macro_fake_compiler.h"
 #include "tests/support/test_support.h"
