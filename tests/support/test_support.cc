@@ -141,6 +141,11 @@ void WriteFakeRules(const std::string& rules) {
   WriteFile("fakecc.rules", rules);
 }
 
+std::string SourceRules(const std::string& path) {
+  return ". " + ShellQuote(std::string(TESSEL_SOURCE_DIR) + "/tests/" + path) +
+         "\n";
+}
+
 std::vector<std::string> FakeInvocations() {
   return Lines(ReadFile("fakecc.argv"));
 }

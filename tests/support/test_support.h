@@ -80,6 +80,11 @@ std::set<std::string> ShippedLanguageKeywords(bool isC);
 /// Writes the rules of the fake compiler into the current directory.
 void WriteFakeRules(const std::string& rules);
 
+/// The rules line that sources the rules file `path` (relative to "tests/"
+/// of the source tree): shared fake compiler models live in such files
+/// beside the tests that use them, and a test's "fakecc.rules" sources them.
+std::string SourceRules(const std::string& path);
+
 /// Lines of "fakecc.argv": one per fake compiler invocation so far.
 std::vector<std::string> FakeInvocations();
 
