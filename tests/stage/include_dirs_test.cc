@@ -19,13 +19,14 @@ using Strings = std::vector<std::string>;
 
 namespace {
 
-// A compiler imitated by fakecc: it searches `search` in order for the
-// header of the source's "#include <...>" among `files` (full paths). It
-// reports a missing header as gcc does; with "int x[" in front of the
-// include it reports an error inside the header, naming it by its path (or
-// by `shown[dir]` + "/" + header when given); otherwise it complains about
-// the second line. A file whose value in `files` is "next" includes the
-// next copy of itself further down the search list, so both paths appear.
+// A compiler imitated by fakecc with the rules of "include_dirs.rules"
+// beside this file: it searches `search` in order for the header of the
+// source's "#include <...>" among `files` (full paths). It reports a missing
+// header as gcc does; with "int x[" in front of the include it reports an
+// error inside the header, naming it by its path (or by `shown[dir]` + "/" +
+// header when given); otherwise it complains about the second line. A file
+// whose value in `files` is "next" includes the next copy of itself further
+// down the search list, so both paths appear.
 struct SearchingCompiler {
   Strings search;
   std::map<std::string, std::string> files;
@@ -40,7 +41,8 @@ std::string Quote(const std::string& text) {
 const char kRecordSource[] =
     "printf '%s----\\n' \"$FAKE_TEXT\" >> sources.txt\n";
 
-// The fakecc rules for `compiler`. Every compile also appends its source
+// The fakecc rules for `compiler`: its three tables as bash arrays, then
+// the searching compiler's rules. Every compile also appends its source
 // text and a line "----" to "sources.txt".
 std::string Rules(const SearchingCompiler& compiler) {
   std::ostringstream rules;
@@ -57,28 +59,7 @@ std::string Rules(const SearchingCompiler& compiler) {
     rules << " [" << Quote(dir) << "]=" << Quote(text);
   }
   rules << " )\n";
-  rules << kRecordSource;
-  rules << R"(re='#include <([^>]*)>'
-header=
-[[ $FAKE_TEXT =~ $re ]] && header=${BASH_REMATCH[1]}
-line=1
-has 'int x[' && line=2
-for d in "${SEARCH[@]}"; do
-  kind=${FILES[$d/$header]}
-  [ -z "$kind" ] && continue
-  shown=${SHOWN[$d]:-$d}
-  if [ "$kind" = next ]; then
-    say_err "In file included from $shown/$header:3,"
-    continue
-  fi
-  if has 'int x['; then
-    say_err "In file included from $FAKE_SRC:2:"
-    fail "$shown/$header:1:1: error: expected expression before 'typedef'"
-  fi
-  fail "$FAKE_SRC:2:1: error: unknown type name 'this'"
-done
-fail "$FAKE_SRC:$line:10: fatal error: $header: No such file or directory"
-)";
+  rules << tessel_test::SourceRules("stage/include_dirs.rules");
   return rules.str();
 }
 
