@@ -18,36 +18,23 @@ struct FakeMacro {
 };
 
 /// Rules for fakecc that make it behave like a compiler predefining
-/// `macros` (and every name given with -D): an "#ifdef" test file that
-/// holds one of them fails on the missing header "ak12345"; a native value
-/// program prints the value; a cross include of "yyy NAME zzz" fails with a
-/// message that quotes the value. Every source compiled is kept as
-/// "seen_<n>_<source>", n counting the invocations from 1.
+/// `macros` (and every name given with -D): the names and values as bash
+/// arrays, then the rules of "tests/stage/macro_compiler.rules". An
+/// "#ifdef" test file that holds one of them fails on the missing header
+/// "ak12345"; a native value program prints the value; a cross include of
+/// "yyy NAME zzz" fails with a message that quotes the value. Every source
+/// compiled is kept as "seen_<n>_<source>", n counting the invocations
+/// from 1.
 inline std::string PredefiningCompilerRules(
     const std::vector<FakeMacro>& macros) {
-  std::string rules =
-      "cp \"$FAKE_SRC\" \"seen_$(wc -l < fakecc.argv)_$FAKE_SRC\"\n"
-      "hit=0\n"
-      "for d in \"${FAKE_DEFINES[@]}\"; do\n"
-      "  if has $'#ifdef '\"${d%%=*}\"$'\\n'; then hit=1; fi\n"
-      "done\n";
+  std::string names = "MACRO_NAMES=(";
+  std::string values = "MACRO_VALUES=(";
   for (const FakeMacro& macro : macros) {
-    rules += "if has $'#ifdef " + macro.name + "\\n'; then hit=1; fi\n";
+    names += " " + ShellQuote(macro.name);
+    values += " " + ShellQuote(macro.value);
   }
-  rules +=
-      "if [ $hit = 1 ]; then\n"
-      "  fail \"$FAKE_SRC:2:10: fatal error: ak12345: No such file or "
-      "directory\"\n"
-      "fi\n";
-  for (const FakeMacro& macro : macros) {
-    rules += "if has " + ShellQuote("M(" + macro.name + "));") +
-             "; then program_prints " + ShellQuote(macro.value) + "; fi\n";
-    rules += "if has " + ShellQuote("M(yyy " + macro.name + " zzz)") +
-             "; then fail \"$FAKE_SRC:3:10: fatal error: \"" +
-             ShellQuote("yyy " + macro.value + " zzz") +
-             "\": No such file or directory\"; fi\n";
-  }
-  return rules;
+  return names + " )\n" + values + " )\n" +
+         SourceRules("stage/macro_compiler.rules");
 }
 
 /// The "#ifdef" blocks that test `names`, as the stage writes them.
