@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -400,4 +401,88 @@ TEST(CompileHarness, RemoveMatchingRunsRmWithTwoBlanks) {
   removeMatching(h.tg, "tmp_obj_test");
   ASSERT_EQ(1u, h.shell.commands.size());
   EXPECT_EQ("rm  tmp_obj_test* -f", h.shell.commands[0]);
+}
+
+namespace {
+
+// Records every command like RecordingShell and plays a compiler that
+// builds "x.exe" with a warning on standard error, and a program that
+// prints "42" (and "warn" on standard error when that is captured).
+struct BuildingShell : Shell {
+  int Run(const std::string& command) override {
+    commands.push_back(command);
+    if (command.rfind("./compile.sh", 0) == 0) {
+      WriteFile("x.exe", "program");
+      WriteFile("stderr.log", "x.c:1: warning");
+    } else if (command.rfind("./x.exe", 0) == 0) {
+      WriteFile("stdout.log", "42");
+      if (command.find("2>stderr.log") != std::string::npos) {
+        WriteFile("stderr.log", "warn");
+      }
+    }
+    return 0;
+  }
+  std::vector<std::string> commands;
+};
+
+const char kBuildCommand[] = "./compile.sh >stdout.log 2>stderr.log";
+
+}  // namespace
+
+TEST(CompileHarness, BuildAndRunRemovesAnOldProgramBeforeTheBuild) {
+  ScratchDir scratch;
+  Harness h;
+  WriteFile("x.exe", "older program");
+  EXPECT_EQ(std::nullopt, build_and_run_program(h.tg, "x.c", "int main;\n",
+                                                ProgramRunOptions()));
+  EXPECT_EQ(std::vector<std::string>{kBuildCommand}, h.shell.commands);
+  EXPECT_FALSE(tessel_test::Exists("x.exe"));
+  EXPECT_EQ("int main;\n", ReadFile("x.c"));
+  EXPECT_EQ(ScriptFor("cc  x.c -ox.exe"), ReadFile("compile.sh"));
+}
+
+TEST(CompileHarness, BuildAndRunMayRunAProgramLeftInPlace) {
+  ScratchDir scratch;
+  Harness h;
+  WriteFile("x.exe", "older program");
+  ProgramRunOptions options;
+  options.removeOldProgram = false;
+  EXPECT_EQ("", build_and_run_program(h.tg, "x.c", "", options));
+  EXPECT_EQ((std::vector<std::string>{kBuildCommand, "./x.exe >stdout.log"}),
+            h.shell.commands);
+}
+
+TEST(CompileHarness, BuildAndRunReadsWhatTheProgramPrinted) {
+  ScratchDir scratch;
+  Harness h;
+  BuildingShell shell;
+  h.tg.shell = &shell;
+  EXPECT_EQ("42", build_and_run_program(h.tg, "x.c", "", ProgramRunOptions()));
+  EXPECT_EQ((std::vector<std::string>{kBuildCommand, "./x.exe >stdout.log"}),
+            shell.commands);
+  EXPECT_FALSE(tessel_test::Exists("stderr.log"));
+}
+
+TEST(CompileHarness, BuildAndRunCanKeepTheBuildsMessages) {
+  ScratchDir scratch;
+  Harness h;
+  BuildingShell shell;
+  h.tg.shell = &shell;
+  ProgramRunOptions options;
+  options.dropBuildErrors = false;
+  EXPECT_EQ("42", build_and_run_program(h.tg, "x.c", "", options));
+  EXPECT_EQ("x.c:1: warning", ReadFile("stderr.log"));
+}
+
+TEST(CompileHarness, BuildAndRunCanCaptureTheProgramsErrors) {
+  ScratchDir scratch;
+  Harness h;
+  BuildingShell shell;
+  h.tg.shell = &shell;
+  ProgramRunOptions options;
+  options.captureErrors = true;
+  EXPECT_EQ("42warn", build_and_run_program(h.tg, "x.c", "", options));
+  EXPECT_EQ((std::vector<std::string>{kBuildCommand,
+                                      "./x.exe >stdout.log 2>stderr.log"}),
+            shell.commands);
 }
