@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <fstream>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -79,16 +81,31 @@ static void add_defines(TesselGen& tg, const std::string& value) {
   }
 }
 
+// The value of "-timeout": whole seconds, digits only; nothing when the text
+// is empty, holds anything else or is too large.
+static std::optional<int> parse_seconds(const char* text) {
+  const std::string value = text;
+  int seconds = 0;
+  const auto [end, error] =
+      std::from_chars(value.data(), value.data() + value.size(), seconds);
+  if (value.empty() || value[0] == '-' || value[0] == '+' ||
+      error != std::errc() || end != value.data() + value.size()) {
+    return std::nullopt;
+  }
+  return seconds;
+}
+
 bool applyOptions(TesselGen& tg, int argc, const char* const* argv, int first) {
-  static const char* const kValueOptions[] = {"-i",  "-if",  "-op", "-xd",
-                                              "-xs", "-tpl", "-fi", "-sub"};
+  static const char* const kValueOptions[] = {
+      "-i", "-if", "-op", "-xd", "-xs", "-tpl", "-fi", "-sub", "-timeout"};
   for (int i = first; i < argc; ++i) {
     const std::string option = argv[i];
     bool takesValue = false;
     for (const char* name : kValueOptions) {
       takesValue = takesValue || option == name;
     }
-    if (takesValue && i + 1 >= argc) {
+    if (takesValue && (i + 1 >= argc ||
+                       (option == "-timeout" && !parse_seconds(argv[i + 1])))) {
       // No value is invented: the run stops here, and the log (already open)
       // says why as well.
       const std::string message = "Missing value for option " + option;
@@ -120,6 +137,10 @@ bool applyOptions(TesselGen& tg, int argc, const char* const* argv, int first) {
     } else if (option == "-sub") {
       tg.subPersonalityPath = argv[++i];
       *tg.out << "-sub " << tg.subPersonalityPath << std::endl;
+    } else if (option == "-timeout") {
+      tg.timeoutSeconds = *parse_seconds(argv[++i]);
+      tg.timeoutGiven = true;
+      *tg.out << "-timeout " << tg.timeoutSeconds << std::endl;
     } else if (option == "-rfs") {
       tg.reducedFileSize = true;
       *tg.out << "-rfs " << std::endl;

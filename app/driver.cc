@@ -64,6 +64,9 @@ static void log_options(TesselGen& tg) {
   if (tg.reducedFileSize) {
     tg.log.info("\t-rfs ");
   }
+  if (tg.timeoutGiven) {
+    tg.log.info("\t-timeout " + std::to_string(tg.timeoutSeconds));
+  }
 }
 
 int TesselGen::run() {
@@ -78,6 +81,7 @@ int TesselGen::run() {
     return 1;
   }
 
+  shell->SetTimeLimit(timeoutSeconds);
   auto stage = [this](const char* name) {
     if (stageStarted) {
       stageStarted(name);

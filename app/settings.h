@@ -44,6 +44,11 @@ struct RunSettings {
   std::string subPersonalityPath;
   /// Smaller test files for compilers that choke on big ones ("-rfs").
   bool reducedFileSize = false;
+  /// Seconds that one command of the harness may run before it is stopped
+  /// ("-timeout"); 0 means no limit.
+  int timeoutSeconds = 300;
+  /// True when "-timeout" was given, so that only such runs echo and log it.
+  bool timeoutGiven = false;
 };
 
 #endif  // TESSEL_APP_SETTINGS_H_

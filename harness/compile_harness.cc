@@ -80,7 +80,20 @@ std::string buildCommand(const TesselGen& tg, const std::string& source,
   return command;
 }
 
-void runCompileScript(TesselGen& tg, const std::string& command) {
+bool runCommand(TesselGen& tg, const std::string& command,
+                const std::string& shown) {
+  if (tg.shell->Run(command) != Shell::kTimedOut) {
+    return true;
+  }
+  const std::string message = "Command stopped at the time limit of " +
+                              std::to_string(tg.timeoutSeconds) +
+                              " s: " + shown;
+  *tg.err << message << std::endl;
+  tg.log.warn(message);
+  return false;
+}
+
+bool runCompileScript(TesselGen& tg, const std::string& command) {
   // The script and the capture files are made afresh rather than emptied:
   // on ext4, a file emptied by truncation and written again is flushed to
   // disk when it is closed, which costs more than the compile script
@@ -101,8 +114,10 @@ void runCompileScript(TesselGen& tg, const std::string& command) {
               "fi\n";
   }
   chmod(kCompileScript, 0777);
-  tg.shell->Run(std::string("./") + kCompileScript + " >" + kStdoutLog + " 2>" +
-                kStderrLog);
+  return runCommand(tg,
+                    std::string("./") + kCompileScript + " >" + kStdoutLog +
+                        " 2>" + kStderrLog,
+                    command);
 }
 
 std::string readWholeFile(const std::string& path) {
@@ -149,11 +164,12 @@ bool compileTest(TesselGen& tg, const std::string& text,
   std::string source = base + sourceExtension(tg);
   writeWholeFile(source, text);
   std::remove(object.c_str());
-  runCompileScript(tg, buildCommand(tg, source, false, ""));
+  const bool finished =
+      runCompileScript(tg, buildCommand(tg, source, false, ""));
   if (output != nullptr) {
     *output = readCompilerOutput();
   }
-  bool passed = canOpen(object);
+  bool passed = finished && canOpen(object);
   if (size != nullptr) {
     *size = passed ? objectSize(object) : 0;
   }
@@ -201,11 +217,14 @@ bool runTestFile(TesselGen& tg, const std::string& path,
   std::remove((testName + "*").c_str());
 
   bool buildProgram = execute && !tg.isCross;
-  runCompileScript(tg, buildCommand(tg, path, buildProgram, extraDefine));
+  const bool finished =
+      runCompileScript(tg, buildCommand(tg, path, buildProgram, extraDefine));
 
   std::string result;
   bool passed = false;
-  if (!execute) {
+  if (!finished) {
+    result = failure;
+  } else if (!execute) {
     std::string local = testName + S_OBJEXT;
     if (canOpen(local) || canOpen(besideSource)) {
       passed = true;
@@ -217,8 +236,8 @@ bool runTestFile(TesselGen& tg, const std::string& path,
     }
   } else if (!tg.isCross) {
     std::string program = testName + kExeExt;
-    result = run_program(tg, program, true);
-    if (result.find("-bits") == std::string::npos) {
+    result = run_program(tg, program, true, &passed);
+    if (!passed || result.find("-bits") == std::string::npos) {
       result.clear();
     }
     // The command built the program beside the source, while the program
@@ -226,7 +245,6 @@ bool runTestFile(TesselGen& tg, const std::string& path,
     // both are removed so that no program outlives its test.
     std::remove(program.c_str());
     std::remove((path.substr(0, path.rfind('.')) + kExeExt).c_str());
-    passed = true;
   }
   if (message != nullptr) {
     *message = result;
@@ -235,16 +253,20 @@ bool runTestFile(TesselGen& tg, const std::string& path,
 }
 
 void removeMatching(TesselGen& tg, const std::string& prefix) {
-  tg.shell->Run("rm  " + prefix + "* -f");
+  const std::string command = "rm  " + prefix + "* -f";
+  runCommand(tg, command, command);
 }
 
 std::string run_program(TesselGen& tg, const std::string& program,
-                        bool captureErrors) {
+                        bool captureErrors, bool* finished) {
   std::string command = "./" + program + " >" + kStdoutLog;
   if (captureErrors) {
     command += std::string(" 2>") + kStderrLog;
   }
-  tg.shell->Run(command);
+  const bool ended = runCommand(tg, command, "./" + program);
+  if (finished != nullptr) {
+    *finished = ended;
+  }
   return captureErrors ? readCompilerOutput() : readWholeFile(kStdoutLog);
 }
 

@@ -56,10 +56,18 @@ std::string printfDeclaration(const TesselGen& tg);
 std::string buildCommand(const TesselGen& tg, const std::string& source,
                          bool buildProgram, const std::string& extraDefine);
 
+/// Runs `command` on the run's shell. When the shell stopped it at the time
+/// limit, says so on `tg.err` and at WARN in the run log, naming `shown`
+/// (the command as the user would recognise it), and returns false.
+bool runCommand(TesselGen& tg, const std::string& command,
+                const std::string& shown);
+
 /// Writes the eight-line "compile.sh" around `command`, makes it executable
 /// and runs it with its output captured in "stdout.log" and "stderr.log".
-/// The outcome is read from the files, not from the exit status.
-void runCompileScript(TesselGen& tg, const std::string& command);
+/// The outcome is read from the files, not from the exit status; the result
+/// is false only when the script was stopped at the time limit, in which
+/// case the compile counts as failed.
+bool runCompileScript(TesselGen& tg, const std::string& command);
 
 /// The text of "stdout.log" followed directly by that of "stderr.log"; a
 /// missing file contributes nothing.
@@ -124,8 +132,10 @@ struct ProgramRunOptions {
 /// Runs "./" + `program` with its standard output in "stdout.log" (and its
 /// standard error in "stderr.log" when `captureErrors`) and returns what it
 /// printed: "stdout.log", followed by "stderr.log" when `captureErrors`.
+/// `finished`, when given, is set false when the program was stopped at the
+/// time limit.
 std::string run_program(TesselGen& tg, const std::string& program,
-                        bool captureErrors);
+                        bool captureErrors, bool* finished = nullptr);
 
 /// Builds a program from `text` and runs it: writes `text` to `source`,
 /// deletes the old program (see `options`), links `source` into its base

@@ -7,16 +7,29 @@
 /// script, test programs, clean-up commands) goes through one of these, so
 /// that tests and benchmarks can watch or count them.
 struct Shell {
+  /// What `Run` returns for a command that it stopped at the time limit.
+  /// No status the platform reports for a finished command has this value.
+  static constexpr int kTimedOut = -2;
   virtual ~Shell() = default;
   /// Runs `command` through the system shell and waits for it; returns the
-  /// raw status that the platform reports.
+  /// raw status that the platform reports, or `kTimedOut`.
   virtual int Run(const std::string& command) = 0;
+  /// Limits every later command to `limit` seconds of wall-clock time; 0 means
+  /// no limit. Shells that start no process ignore it.
+  virtual void SetTimeLimit(int limit) { (void)limit; }
 };
 
-/// The real shell: std::system.
+/// The real shell: "/bin/sh -c" in a process group of its own, so that a
+/// command that outlives the time limit can be stopped together with every
+/// process it started.
 struct SystemShell : Shell {
-  /// Runs `command` with std::system.
+  /// Runs `command`; over the limit, kills its process group and returns
+  /// `kTimedOut`.
   int Run(const std::string& command) override;
+  /// Sets the limit (300 seconds until changed).
+  void SetTimeLimit(int limit) override { timeLimitSeconds = limit; }
+  /// Seconds a command may run; 0 means no limit.
+  int timeLimitSeconds = 300;
 };
 
 /// A shell that passes every command on to another one and counts them,
@@ -26,6 +39,8 @@ struct CountingShell : Shell {
   explicit CountingShell(Shell& inner) : inner_(inner) {}
   /// Counts `command`, then runs it on the wrapped shell.
   int Run(const std::string& command) override;
+  /// Passes the limit on to the wrapped shell.
+  void SetTimeLimit(int limit) override { inner_.SetTimeLimit(limit); }
   /// Number of commands run in all.
   long commands = 0;
   /// Number of runs of the compile script.

@@ -1,0 +1,156 @@
+// Black-box tests of the built TesselGen against unlucky and hostile inputs:
+// commands that hang, data that the shell would read, link loops and
+// special files, paths that would overwrite the user's own files, full
+// disks and two runs in one directory. Each test looks at what a user sees:
+// exit status, console, run log and the files on disk.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/test_support.h"
+
+using tessel_test::Exists;
+using tessel_test::kFakeCc;
+using tessel_test::kTesselBinary;
+using tessel_test::ProcessResult;
+using tessel_test::ReadFile;
+using tessel_test::ScratchDir;
+using tessel_test::ShellQuote;
+using tessel_test::WriteFakeRules;
+using tessel_test::WriteFile;
+
+namespace {
+
+const char kOrder[] = "%c %j %d%s %o%e";
+
+// A native fake compiler whose hello-world program passes the host check
+// and whose other programs print 4.
+const char kNativeRules[] =
+    "if has 'hello world'; then program_prints 'hello world'; "
+    "else program_prints 4; fi\n";
+
+// Runs the executable in the current directory with `args`.
+ProcessResult RunTessel(const std::vector<std::string>& args) {
+  std::string command = "ulimit -c 0; " + ShellQuote(kTesselBinary);
+  for (const std::string& arg : args) {
+    command += " " + ShellQuote(arg);
+  }
+  return tessel_test::RunProcess(command + "; exit $?");
+}
+
+// The eight positionals for the fake compiler (object extension `ext`),
+// then `options`.
+std::vector<std::string> FakeArgs(const std::vector<std::string>& options,
+                                  const std::string& cross = "cmp",
+                                  const std::string& ext = ".o") {
+  std::vector<std::string> args = {"vellc", cross, kFakeCc, "-o",
+                                   "-c",    "-D",  ext,     kOrder};
+  args.insert(args.end(), options.begin(), options.end());
+  return args;
+}
+
+// The text of the one run log in the current directory.
+std::string RunLogText() {
+  std::string found;
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    const std::string name = entry.path().filename().string();
+    if (name.rfind("TesselGen_", 0) == 0) {
+      found = name;
+      ++count;
+    }
+  }
+  EXPECT_EQ(1, count) << "run logs in the directory";
+  return ReadFile(found);
+}
+
+// True when `text` holds `part`.
+bool Holds(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// True while a process with id `pid` exists (zombies excepted).
+bool Alive(pid_t pid) {
+  const std::string stat = ReadFile("/proc/" + std::to_string(pid) + "/stat");
+  if (stat.empty()) {
+    return false;
+  }
+  const std::string::size_type close = stat.rfind(')');
+  return close != std::string::npos && close + 2 < stat.size() &&
+         stat[close + 2] != 'Z';
+}
+
+}  // namespace
+
+// ---- time limit -------------------------------------------------------------
+
+TEST(HostileInputs, HangingCompilerIsStoppedWithItsProcessGroup) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  // The compiler starts a helper that would outlive it, then hangs.
+  WriteFakeRules("sleep 60 & echo $! > helper.pid\nsleep 60\n");
+  const auto start = std::chrono::steady_clock::now();
+  ProcessResult result = RunTessel(FakeArgs({"-timeout", "2"}));
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
+  EXPECT_LT(seconds, 30) << "the run was not stopped";
+  // The one compile of the object extension check failed, which stops the
+  // run as a failed check does.
+  EXPECT_EQ(1, result.exitCode);
+  const std::string message =
+      "Command stopped at the time limit of 2 s: " + std::string(kFakeCc) +
+      " -c -DXXX tmp_obj_test.c -otmp_obj_test.o";
+  EXPECT_EQ(message + "\n", result.err);
+  EXPECT_TRUE(Holds(result.out, "\n-timeout 2\n"));
+  const std::string log = RunLogText();
+  EXPECT_TRUE(Holds(log, "[INFO] \t-timeout 2\n"));
+  EXPECT_TRUE(Holds(log, "[WARN] " + message + "\n"));
+  const pid_t helper = std::atoi(ReadFile("helper.pid").c_str());
+  ASSERT_GT(helper, 0);
+  for (int i = 0; i < 100 && Alive(helper); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_FALSE(Alive(helper)) << "the compiler's helper still runs";
+}
+
+TEST(HostileInputs, HangingTestProgramCountsAsFailed) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  // The host check's program hangs; every other program prints 4.
+  WriteFakeRules(
+      "if [ \"$FAKE_MODE\" = program ] && has 'hello world'; then\n"
+      "  printf '#!/bin/sh\\nsleep 60\\n' > \"$FAKE_OUT\"\n"
+      "  chmod +x \"$FAKE_OUT\"; exit 0\n"
+      "fi\n"
+      "program_prints 4\n");
+  ProcessResult result = RunTessel(FakeArgs({"-timeout", "2"}));
+  EXPECT_EQ(0, result.exitCode);
+  const std::string message =
+      "Command stopped at the time limit of 2 s: ./tmp_exe_test.exe";
+  EXPECT_EQ(message + "\n", result.err);
+  EXPECT_TRUE(Holds(result.out,
+                    "Failed on executing a test file on this host system! "
+                    "Continuing in Cross Compiler mode\nDebug: \n"));
+  EXPECT_TRUE(Holds(result.out, "\nCompleted OK\n"));
+  EXPECT_TRUE(Holds(RunLogText(), "[WARN] " + message + "\n"));
+}
+
+TEST(HostileInputs, TimeoutNeedsAWholeNumber) {
+  ScratchDir scratch;
+  for (const char* value : {"", "abc", "2s", "-1"}) {
+    ProcessResult result = RunTessel(FakeArgs({"-rfs", "-timeout", value}));
+    EXPECT_EQ(2, result.exitCode) << value;
+    EXPECT_EQ("Missing value for option -timeout\n", result.err) << value;
+  }
+  ProcessResult result = RunTessel(FakeArgs({"-rfs", "-timeout"}));
+  EXPECT_EQ(2, result.exitCode);
+  EXPECT_EQ("Missing value for option -timeout\n", result.err);
+}
