@@ -8,8 +8,13 @@ class TesselGen;
 /// Compiles "tmp_obj_test" (one line, "char c;") with the define "XXX" and
 /// walks the current directory in the order it lists its entries: the first
 /// entry other than the source whose extension equals `userExt` is the
-/// object, or, when `userExt` is empty, simply the first entry with a "."
-/// in its name ("." and ".." included). Stores the extension in `objExt`
+/// object. Files that have that extension before the compile are named in
+/// a warning (on `tg.err` and in the run log), since one of them may be
+/// taken. When `userExt` is empty, only a file that the compile created
+/// counts: "tmp_obj_test" with any extension if there is one, else the
+/// first created file with a "." in its name; the run log, the compile
+/// script and its capture files are never taken. A compile stopped at the
+/// time limit finds nothing. Stores the extension in `objExt`
 /// (S_OBJEXT in a run), logs it with `userExt`, and decides
 /// S_OBJ_IS_BINARY: ".asm" counts as ".rel", and a ".rel" object that reads
 /// as text makes it 0. Returns false, after printing the two failure lines,

@@ -1,6 +1,5 @@
 #include "harness/object_checks.h"
 
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -78,22 +77,6 @@ bool LogHasPair(const TesselGen& tg, const std::string& first,
   return false;
 }
 
-// The extension of the first entry of the current directory, in the order
-// the directory returns them, that has a "." and is not `skip`.
-std::string FirstDottedExtension(const std::string& skip) {
-  std::string ext;
-  DIR* dir = opendir(".");
-  while (dirent* entry = readdir(dir)) {
-    std::string name = entry->d_name;
-    if (name != skip && name.find('.') != std::string::npos) {
-      ext = name.substr(name.rfind('.'));
-      break;
-    }
-  }
-  closedir(dir);
-  return ext;
-}
-
 }  // namespace
 
 TEST(ObjectExtension, GivenExtensionIsFoundAndLogged) {
@@ -141,25 +124,64 @@ TEST(ObjectExtension, EntryNeedsNoTestNamePrefix) {
   auto run = Discovery(".obj");
   WriteFakeRules("no_output\n");
   WriteFile("unrelated.obj", "");
+  WriteFile("other.obj", "");
   EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ".obj"));
+  EXPECT_EQ(".obj", S_OBJEXT);
+  // Such files are named before the check, since one may be taken.
+  const std::string warning =
+      "Files with the object extension .obj are already here and may be "
+      "taken for the compiler's output: other.obj, unrelated.obj";
+  EXPECT_EQ(warning + "\n", run->console.str());
+  const std::vector<std::string> texts = LogTexts(*run->tg);
+  ASSERT_GE(texts.size(), 3u);
+  EXPECT_EQ("[WARN] " + warning, texts[texts.size() - 3]);
+}
+
+TEST(ObjectExtension, NoWarningWithoutOldObjects) {
+  ScratchDir scratch;
+  auto run = Discovery(".o");
+  WriteFile("notes.txt", "");
+  EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ".o"));
+  EXPECT_EQ("", run->console.str());
+}
+
+TEST(ObjectExtension, EmptyExtensionTakesTheFileTheCompileCreated) {
+  ScratchDir scratch;
+  auto run = Discovery("");
+  // Dotted names that were here before the compile, the harness's own
+  // files among them, are never taken.
+  WriteFile("a.log", "");
+  WriteFile("b.sh", "");
+  WriteFile("compile.sh", "");
+  EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ""));
+  // Without an extension the command names no object, so the compiler
+  // chose "tmp_obj_test.o" itself.
+  EXPECT_EQ(std::vector<std::string>{"-c -DXXX tmp_obj_test.c"},
+            FakeInvocations());
+  EXPECT_EQ(".o", S_OBJEXT);
+  EXPECT_TRUE(LogHasPair(*run->tg, "[INFO] Discovered obj file extension: .o",
+                         "[INFO] User provided: "));
+  EXPECT_EQ("", run->console.str());
+}
+
+TEST(ObjectExtension, EmptyExtensionTakesAnyCreatedFileWithoutTheTestName) {
+  ScratchDir scratch;
+  auto run = Discovery("");
+  WriteFakeRules("output_name out.obj\n");
+  // The fake compiler's own record of its command lines is no object.
+  WriteFile("fakecc.argv", "");
+  EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ""));
   EXPECT_EQ(".obj", S_OBJEXT);
 }
 
-TEST(ObjectExtension, EmptyExtensionTakesFirstDottedEntryInDirectoryOrder) {
+TEST(ObjectExtension, EmptyExtensionAndNothingCreatedFails) {
   ScratchDir scratch;
   auto run = Discovery("");
-  EXPECT_TRUE(discoverObjectExtension(*run->tg, S_OBJEXT, ""));
-  // Without an extension the command names no object, so the compiler
-  // chose "tmp_obj_test.o" itself; but whatever dotted entry the directory
-  // lists first wins, "." and ".." included.
-  EXPECT_EQ(std::vector<std::string>{"-c -DXXX tmp_obj_test.c"},
-            FakeInvocations());
-  EXPECT_TRUE(Exists("tmp_obj_test.o"));
-  std::string expected = FirstDottedExtension("tmp_obj_test.c");
-  EXPECT_EQ(expected, S_OBJEXT);
-  EXPECT_TRUE(LogHasPair(*run->tg,
-                         "[INFO] Discovered obj file extension: " + expected,
-                         "[INFO] User provided: "));
+  WriteFakeRules("no_output\n");
+  WriteFile("fakecc.argv", "");
+  WriteFile("old.o", "");
+  EXPECT_FALSE(discoverObjectExtension(*run->tg, S_OBJEXT, ""));
+  EXPECT_EQ(kNoExtension, run->console.str());
 }
 
 TEST(ObjectExtension, OldTestFilesAreRemovedBeforeCompiling) {
