@@ -1,8 +1,8 @@
 #include "output/template_merge.h"
 
-#include <algorithm>
 #include <fstream>
 #include <set>
+#include <unordered_map>
 
 #include "app/tessel_gen.h"
 #include "util/text.h"
@@ -20,6 +20,17 @@ const SectionKind kSectionKinds[] = {
     {"<modify>", "</modify>", &TemplateSections::ModifyLines},
     {"<add>", "</add>", &TemplateSections::AddLines},
     {"<remove>", "</remove>", &TemplateSections::RemoveLines},
+};
+
+// Indices in order, taken from the front; a deque would cost far more to
+// create for each of many small queues.
+struct IndexQueue {
+  std::vector<std::size_t> indices;
+  std::size_t next = 0;
+  bool empty() const { return next == indices.size(); }
+  std::size_t front() const { return indices[next]; }
+  void pop_front() { ++next; }
+  void push_back(std::size_t index) { indices.push_back(index); }
 };
 
 }  // namespace
@@ -74,43 +85,71 @@ bool SameOption(const std::string& line, const std::string& templateLine) {
 
 // Replaces each personality line by the first modify entry that sets the
 // same option and is not used yet. A used entry is emptied, so that it is
-// neither used again nor added at the end.
+// neither used again nor added at the end. The entries are indexed by their
+// option key once, so each line costs one look-up, not a pass over them.
 static std::vector<std::string> apply_modify(
     const std::vector<std::string>& personalityLines,
     std::vector<std::string>& modifyLines, std::set<std::string>& review) {
-  std::vector<std::string> merged;
-  for (const std::string& line : personalityLines) {
-    std::string replacement;
-    for (std::string& entry : modifyLines) {
-      if (!entry.empty() && SameOption(line, entry)) {
-        replacement = entry;
-        entry.clear();
-        review.erase(line);
-        break;
-      }
+  std::unordered_map<std::string, IndexQueue> byKey;
+  byKey.reserve(modifyLines.size());
+  for (std::size_t i = 0; i < modifyLines.size(); ++i) {
+    if (!modifyLines[i].empty()) {
+      byKey[option_key(modifyLines[i])].push_back(i);
     }
-    merged.push_back(replacement.empty() ? line : replacement);
+  }
+  std::vector<std::string> merged;
+  merged.reserve(personalityLines.size());
+  for (const std::string& line : personalityLines) {
+    auto unused = byKey.empty() ? byKey.end() : byKey.find(option_key(line));
+    if (unused == byKey.end() || unused->second.empty()) {
+      merged.push_back(line);
+      continue;
+    }
+    std::string& entry = modifyLines[unused->second.front()];
+    unused->second.pop_front();
+    merged.push_back(entry);
+    entry.clear();
+    review.erase(line);
   }
   return merged;
 }
 
 // Removes the first line equal to each remove entry, then appends each add
-// entry that no line equals yet.
+// entry that no line equals yet. Lines are found through a hash index and
+// removed lines only marked until the end, so that long sections merge in
+// time proportional to their length.
 static void apply_remove_and_add(const TemplateSections& sections,
                                  std::vector<std::string>& merged,
                                  std::set<std::string>& review) {
+  std::unordered_map<std::string, IndexQueue> positions;
+  positions.reserve(merged.size() + sections.AddLines.size());
+  for (std::size_t i = 0; i < merged.size(); ++i) {
+    positions[merged[i]].push_back(i);
+  }
+  std::vector<bool> removed(merged.size(), false);
   for (const std::string& entry : sections.RemoveLines) {
-    auto found = std::find(merged.begin(), merged.end(), entry);
-    if (found != merged.end()) {
+    auto found = positions.find(entry);
+    if (found != positions.end() && !found->second.empty()) {
       review.erase(entry);
-      merged.erase(found);
+      removed[found->second.front()] = true;
+      found->second.pop_front();
+    }
+  }
+  std::vector<std::string> kept;
+  kept.reserve(merged.size() + sections.AddLines.size());
+  for (std::size_t i = 0; i < merged.size(); ++i) {
+    if (!removed[i]) {
+      kept.push_back(std::move(merged[i]));
     }
   }
   for (const std::string& entry : sections.AddLines) {
-    if (std::find(merged.begin(), merged.end(), entry) == merged.end()) {
-      merged.push_back(entry);
+    IndexQueue& present = positions[entry];
+    if (present.empty()) {
+      present.push_back(kept.size());
+      kept.push_back(entry);
     }
   }
+  merged = std::move(kept);
 }
 
 // Merges the open template into the personality file at `path`.
