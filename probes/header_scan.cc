@@ -550,6 +550,16 @@ void ScanAllDirectories(TesselGen& tg) {
 
 // ---- After the tasks ----
 
+// True when `text` is a C identifier: a letter or "_", then letters, digits
+// and "_".
+static bool is_c_identifier(const std::string& text) {
+  if (text.empty() ||
+      !kClasses.identifierStart[static_cast<unsigned char>(text[0])]) {
+    return false;
+  }
+  return identifier_run_end(text, 0) == text.size();
+}
+
 void AddTemplateKeywords(TesselGen& tg) {
   if (tg.templatePath.empty()) {
     return;
@@ -557,7 +567,9 @@ void AddTemplateKeywords(TesselGen& tg) {
   std::ifstream in(tg.templatePath);
   std::string line;
   bool found = false;
+  int lineNumber = 0;
   while (std::getline(in, line)) {
+    ++lineNumber;
     if (line.find("<test>") != std::string::npos) {
       found = true;
       break;
@@ -569,8 +581,19 @@ void AddTemplateKeywords(TesselGen& tg) {
   tg.log.info("Additional keywords specified in the Template Personality:");
   // A section without "</test>" ends with the file.
   while (std::getline(in, line) && line.find("</test>") == std::string::npos) {
-    tg.candidateKeywords.insert(line);
-    tg.log.info(line);
+    ++lineNumber;
+    // A candidate reaches compile commands as a define, so only a plain C
+    // identifier is tested; anything else could be read by the shell.
+    if (is_c_identifier(line)) {
+      tg.candidateKeywords.insert(line);
+      tg.log.info(line);
+    } else if (!line.empty()) {
+      const std::string message =
+          "Template keyword is not a C identifier and is not tested: '" + line +
+          "' (" + tg.templatePath + " line " + std::to_string(lineNumber) + ")";
+      *tg.err << message << std::endl;
+      tg.log.warn(message);
+    }
   }
 }
 

@@ -56,8 +56,11 @@ void SplitPrintable(const std::string& text, std::set<std::string>& result);
 
 /// Adds the lines between the "<test>" and "</test>" lines of the template
 /// personality (`tg.templatePath`, when given) to `tg.candidateKeywords`,
-/// untrimmed, and logs each. A missing "</test>" ends the section at the
-/// end of the file.
+/// untrimmed, and logs each. Candidates become defines on compile command
+/// lines, so a line that is not a C identifier is not added: it is named,
+/// with its line number, on `tg.err` and at WARN in the run log (an empty
+/// line is passed over silently). A missing "</test>" ends the section at
+/// the end of the file.
 void AddTemplateKeywords(TesselGen& tg);
 
 /// Removes from `tg.candidateKeywords` the identifiers of the user's

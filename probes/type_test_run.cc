@@ -18,16 +18,41 @@ const uint32_t kIdentifierSteps = 14;
 
 }  // namespace
 
-std::set<std::string> ListTestDirectory(const TesselGen& tg,
-                                        const std::string& dir) {
+// True when `path` holds only characters that the shell takes literally.
+static bool shell_safe_path(const std::string& path) {
+  for (char c : path) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                       (c >= '0' && c <= '9') || c == '_' || c == '-' ||
+                       c == '.' || c == '/' || c == '+';
+    if (!plain) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::set<std::string> ListTestDirectory(TesselGen& tg, const std::string& dir) {
   std::set<std::string> files;
   const char* marker = tg.isC ? ".c" : ".cpp";
   if (DIR* handle = opendir(dir.c_str())) {
     while (dirent* entry = readdir(handle)) {
       std::string name = entry->d_name;
-      if (name.find(marker) != std::string::npos) {
-        files.insert(dir + "/" + name);
+      if (name.find(marker) == std::string::npos) {
+        continue;
       }
+      const std::string path = dir + "/" + name;
+      // The path becomes part of a shell command: a name that the shell
+      // would read as code is never let through.
+      if (!shell_safe_path(path)) {
+        const std::string message =
+            "Test file skipped, its name holds characters the shell would "
+            "read: " +
+            path;
+        *tg.err << message << std::endl;
+        tg.log.warn(message);
+        continue;
+      }
+      files.insert(path);
     }
     closedir(handle);
   }

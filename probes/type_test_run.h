@@ -18,8 +18,10 @@ void RunTypeTests(TesselGen& tg, std::ostream& personality);
 /// The test sources of the test directory `dir`: directory + "/" + name for
 /// every entry whose name contains ".c" (C product) or ".cpp" (C++ product)
 /// anywhere, in byte order. Empty when the directory cannot be opened.
-std::set<std::string> ListTestDirectory(const TesselGen& tg,
-                                        const std::string& dir);
+/// The path reaches the compile command as it stands, so a path holding any
+/// character other than letters, digits, "_", "-", ".", "/" and "+" is left
+/// out, with a warning on `tg.err` and in the run log.
+std::set<std::string> ListTestDirectory(TesselGen& tg, const std::string& dir);
 
 /// One identifier length probe: compiles two external (`external`) or
 /// local declarations whose names are `length` characters long and differ

@@ -154,3 +154,53 @@ TEST(HostileInputs, TimeoutNeedsAWholeNumber) {
   EXPECT_EQ(2, result.exitCode);
   EXPECT_EQ("Missing value for option -timeout\n", result.err);
 }
+
+// ---- shell injection --------------------------------------------------------
+
+TEST(HostileInputs, DataNeverReachesTheShellAsCode) {
+  ScratchDir scratch("run");
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  // Candidates that hold "touch" do not compile, so they are found as
+  // keywords and would be tried as defines in the keyword position tests.
+  WriteFakeRules(std::string(kNativeRules) +
+                 "if has touch || has __kw_ok; then fail 'no'; fi\n");
+  WriteFile("tpl.p_c",
+            "<test>\n"
+            "__kw_ok\n"
+            "x;touch ../inj1\n"
+            "`touch ../inj2`\n"
+            "$(touch ../inj3)\n"
+            "</test>\n");
+  WriteFile("../c_keyword_tests/kw10_position.c",
+            "//Error:none\n//Success:prefix\n\nXXX int a;\n");
+  const std::string hostile = "../c_tests/t;cd ..;touch inj4;.c";
+  WriteFile(hostile, "//Error: e\n//Success:-ex s\n\nint a;\n");
+  WriteFile("../c_tests/plain.c", "//Error: e\n//Success:-ex p\n\nint a;\n");
+  ProcessResult result = RunTessel(FakeArgs({"-tpl", "tpl.p_c"}));
+  EXPECT_EQ(0, result.exitCode);
+  for (const char* trace : {"../inj1", "../inj2", "../inj3", "../inj4"}) {
+    EXPECT_FALSE(Exists(trace)) << trace;
+  }
+  const std::string skipped[] = {
+      "Template keyword is not a C identifier and is not tested: "
+      "'x;touch ../inj1' (tpl.p_c line 3)",
+      "Template keyword is not a C identifier and is not tested: "
+      "'`touch ../inj2`' (tpl.p_c line 4)",
+      "Template keyword is not a C identifier and is not tested: "
+      "'$(touch ../inj3)' (tpl.p_c line 5)",
+      "Test file skipped, its name holds characters the shell would read: " +
+          hostile,
+  };
+  std::string err;
+  const std::string log = RunLogText();
+  for (const std::string& line : skipped) {
+    err += line + "\n";
+    EXPECT_TRUE(Holds(log, "[WARN] " + line + "\n")) << line;
+  }
+  EXPECT_EQ(err, result.err);
+  // The plain test file and the plain candidate are still tried.
+  const std::string personality = ReadFile("personality/TesselPerson.p_c");
+  EXPECT_TRUE(Holds(personality, "-ex p\n")) << personality;
+  EXPECT_FALSE(Holds(personality, "-ex s\n")) << personality;
+  EXPECT_TRUE(Holds(personality, "-d \"__kw_ok=prefix\"\n")) << personality;
+}
