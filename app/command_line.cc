@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/run_lock.h"
 #include "app/tessel_gen.h"
 
 const char kUsageText[] =
@@ -165,6 +166,17 @@ int run_command_line(int argc, const char* const* argv, Shell& shell,
       }
     }
     return 0;
+  }
+  // Every run uses the same file names in the current directory, so a
+  // second one here would destroy the first's work. No run log is opened
+  // for the refusal: it would be named after the same second as the
+  // other run's and could replace it.
+  RunLock lock;
+  if (!lock.Acquire()) {
+    err << "Another TesselGen run is going on in this directory; run in "
+           "another directory or wait until it ends."
+        << std::endl;
+    return 2;
   }
   static const char* const kLabels[] = {
       "[1] Product:              ", "[2] CrossCompiler:        ",

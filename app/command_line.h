@@ -33,8 +33,9 @@ void readIncludesFile(TesselGen& tg, const std::string& path);
 /// The whole program: start line, argument-count rules, the positional echo,
 /// the options and the run. Returns the process exit status: 0 for a short
 /// command line, a version or usage request and a completed run, 1 when the
-/// driver stops, 2 when an option lacks its value. `shell` runs every
-/// command, `clock` stamps the run log; `prepare`, when given, may adjust
+/// driver stops, 2 when an option lacks its value or when another run holds
+/// the current directory (see RunLock; nothing is written then). `shell` runs
+/// every command, `clock` stamps the run log; `prepare`, when given, may adjust
 /// the TesselGen object once the options are read (benchmarks hook into
 /// the stages there).
 int run_command_line(int argc, const char* const* argv, Shell& shell,

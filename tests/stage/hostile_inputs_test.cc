@@ -3,13 +3,18 @@
 // special files, paths that would overwrite the user's own files, full
 // disks and two runs in one directory. Each test looks at what a user sees:
 // exit status, console, run log and the files on disk.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <map>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,6 +30,8 @@ using tessel_test::ScratchDir;
 using tessel_test::ShellQuote;
 using tessel_test::WriteFakeRules;
 using tessel_test::WriteFile;
+
+extern char** environ;
 
 namespace {
 
@@ -203,4 +210,101 @@ TEST(HostileInputs, DataNeverReachesTheShellAsCode) {
   EXPECT_TRUE(Holds(personality, "-ex p\n")) << personality;
   EXPECT_FALSE(Holds(personality, "-ex s\n")) << personality;
   EXPECT_TRUE(Holds(personality, "-d \"__kw_ok=prefix\"\n")) << personality;
+}
+
+// ---- one run per directory --------------------------------------------------
+
+namespace {
+
+// Starts the executable with `args` in the background, its output thrown
+// away; returns its process id.
+pid_t StartTessel(const std::vector<std::string>& args) {
+  std::vector<char*> argv;
+  std::string binary = kTesselBinary;
+  argv.push_back(binary.data());
+  std::vector<std::string> copies = args;
+  for (std::string& arg : copies) {
+    argv.push_back(arg.data());
+  }
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+  pid_t pid = 0;
+  EXPECT_EQ(0, posix_spawn(&pid, kTesselBinary, &actions, nullptr, argv.data(),
+                           environ));
+  posix_spawn_file_actions_destroy(&actions);
+  return pid;
+}
+
+// Waits until `path` exists (at most 30 s).
+void AwaitFile(const std::string& path) {
+  for (int i = 0; i < 1500 && !Exists(path); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  ASSERT_TRUE(Exists(path)) << path;
+}
+
+// Every file below the current directory with its content.
+std::map<std::string, std::string> Snapshot() {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(".")) {
+    files[entry.path().string()] =
+        entry.is_regular_file() ? ReadFile(entry.path().string()) : "<dir>";
+  }
+  return files;
+}
+
+// The fake compiler waits for the file "release" on its first compile.
+const char kHeldRules[] =
+    "if [ ! -f release ]; then touch started\n"
+    "  while [ ! -f release ]; do sleep 0.05; done; fi\n";
+
+const char kBusy[] =
+    "Another TesselGen run is going on in this directory; run in another "
+    "directory or wait until it ends.\n";
+
+}  // namespace
+
+TEST(HostileInputs, SecondRunInTheSameDirectoryStopsAtOnce) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  WriteFakeRules(std::string(kHeldRules) + kNativeRules);
+  const pid_t first = StartTessel(FakeArgs({"-rfs", "-rfs"}));
+  AwaitFile("started");
+  const std::map<std::string, std::string> before = Snapshot();
+  ProcessResult second = RunTessel(FakeArgs({"-rfs", "-rfs"}));
+  EXPECT_EQ(2, second.exitCode);
+  EXPECT_EQ("Start personality generation using Tessel\n", second.out);
+  EXPECT_EQ(kBusy, second.err);
+  EXPECT_EQ(before, Snapshot());
+
+  WriteFile("release", "");
+  int status = 0;
+  ASSERT_EQ(first, waitpid(first, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  // The lock is gone with the run: the next run starts.
+  ProcessResult third = RunTessel(FakeArgs({"-rfs", "-rfs"}));
+  EXPECT_EQ(0, third.exitCode);
+  EXPECT_FALSE(Holds(third.err, "Another TesselGen run")) << third.err;
+}
+
+TEST(HostileInputs, KilledRunLeavesNoLockBehind) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  WriteFakeRules(std::string(kHeldRules) + kNativeRules);
+  const pid_t first = StartTessel(FakeArgs({"-rfs", "-rfs"}));
+  AwaitFile("started");
+  ASSERT_EQ(0, kill(first, SIGKILL));
+  int status = 0;
+  ASSERT_EQ(first, waitpid(first, &status, 0));
+  // The fake compiler of the killed run still waits; the lock is not
+  // handed down to it.
+  ProcessResult next = RunTessel(FakeArgs({"-rfs", "-rfs", "-timeout", "1"}));
+  // It starts, and its own first compile waits too, until the time limit.
+  EXPECT_EQ(1, next.exitCode);
+  EXPECT_TRUE(Holds(next.err, "Command stopped at the time limit of 1 s: "))
+      << next.err;
+  WriteFile("release", "");
 }
