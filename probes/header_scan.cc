@@ -395,69 +395,6 @@ void ScanFile(TesselGen& tg, std::string path, ScanTables* tables) {
   merge_identifiers(tg, found, tables != nullptr ? &tables->merged : nullptr);
 }
 
-// ---- The directory walk ----
-
-// Whether the directory entry `entry`, at `full`, is a directory, links
-// followed. The type the listing gives is taken when it is a plain one; a
-// link or an unknown type is looked up.
-static bool is_directory(const dirent& entry, const std::string& full) {
-#ifdef _DIRENT_HAVE_D_TYPE
-  if (entry.d_type == DT_DIR) {
-    return true;
-  }
-  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) {
-    return false;
-  }
-#else
-  (void)entry;
-#endif
-  struct stat info;
-  return stat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-int ScanDirectory(TesselGen& tg, const std::string& dir) {
-  DIR* handle = opendir(dir.c_str());
-  if (handle == nullptr) {
-    return 0;
-  }
-  std::set<std::string> names;
-  std::vector<std::string> subdirectories;
-  while (const dirent* entry = readdir(handle)) {
-    const std::string name = entry->d_name;
-    if (name == "." || name == "..") {
-      continue;
-    }
-    const std::string full = dir + "/" + name;
-    if (is_directory(*entry, full)) {
-      subdirectories.push_back(full);
-    } else {
-      names.insert(name);
-      tg.headerFiles.push_back(full);
-    }
-  }
-  closedir(handle);
-
-  if (names.empty()) {
-    // A directory of directories only: it lists its subdirectories' files
-    // as "sub/name".
-    tg.log.info("Handling an empty include dir: " + dir);
-    for (const std::string& sub : subdirectories) {
-      ScanDirectory(tg, sub);
-      const std::string rel = sub.substr(sub.rfind('/') + 1);
-      tg.log.info("  nested dir abs: " + sub + " rel: " + rel);
-      for (const std::string& name : tg.HeaderInventory[sub]) {
-        names.insert(rel + "/" + name);
-      }
-    }
-  } else {
-    for (const std::string& sub : subdirectories) {
-      ScanDirectory(tg, sub);
-    }
-  }
-  tg.HeaderInventory.emplace(dir, std::move(names));
-  return 1;
-}
-
 // ---- The stage ----
 
 // Runs `ScanFile` on every file of `tg.headerFiles`, each on its own thread,
@@ -533,9 +470,7 @@ static void run_scan_tasks(TesselGen& tg) {
 void ScanAllDirectories(TesselGen& tg) {
   *tg.out << "Scanning All Directories..." << std::endl;
   tg.log.info("Scanning All Directories...");
-  for (const std::string& dir : tg.includeDirs) {
-    ScanDirectory(tg, dir);
-  }
+  WalkHeaderDirectories(tg);
   const uint32_t items = static_cast<uint32_t>(tg.headerFiles.size()) + 2;
   *tg.out << "Scanning " << items << " files..." << std::endl;
   tg.log.info("List of files to scan for keywords: ");

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "probes/directory_walk.h"
 #include "probes/name_table.h"
 
 class TesselGen;
@@ -17,13 +18,6 @@ class TesselGen;
 /// Prints "Scanning All Directories..." and "Scanning N files..." (N is the
 /// number of files plus 2) and drives the progress indicator.
 void ScanAllDirectories(TesselGen& tg);
-
-/// Walks `dir` recursively: appends the full path of every non-directory
-/// entry to `tg.headerFiles` and records the entry names of each directory
-/// in `tg.HeaderInventory`. A directory without files of its own is logged
-/// as an empty include dir and takes over its subdirectories' names as
-/// "sub/name". Returns 0 when `dir` cannot be opened (silently), else 1.
-int ScanDirectory(TesselGen& tg, const std::string& dir);
 
 /// Tables that the tasks of one scan share, built once by the stage.
 struct ScanTables {
