@@ -1,7 +1,10 @@
 #include "app/driver.h"
 
+#include <sys/stat.h>
+
 #include <fstream>
 
+#include "app/input_guard.h"
 #include "app/tessel_gen.h"
 #include "harness/globals.h"
 #include "harness/object_checks.h"
@@ -69,10 +72,92 @@ static void log_options(TesselGen& tg) {
   }
 }
 
+// Writes `message` to standard error and to the run log, at CRIT when
+// `stop` is set (the run ends), else at WARN.
+static void report_problem(TesselGen& tg, const std::string& message,
+                           bool stop) {
+  *tg.err << message << std::endl;
+  if (stop) {
+    tg.log.crit(message);
+  } else {
+    tg.log.warn(message);
+  }
+}
+
+// Ends the run after `file` could not be written whole: a personality or
+// header cut short must never be followed by "Completed OK".
+static int report_write_error(TesselGen& tg, const std::string& file) {
+  report_problem(tg,
+                 "Cannot write " + file +
+                     " (disk full or write error); the personality is "
+                     "incomplete.",
+                 true);
+  return 1;
+}
+
+// Copies the sub-personality tree; false, after the report, when a file
+// of the copy could not be written.
+static bool import_sub_personality(TesselGen& tg, const OutputPaths& paths,
+                                   std::ostream& personality) {
+  CopyProblems problems;
+  CopySubPersonality(tg.subPersonalityPath, paths.directory, personality,
+                     &problems);
+  for (const std::string& skipped : problems.skipped) {
+    report_problem(tg, "Sub-personality entry skipped: " + skipped, false);
+  }
+  if (!problems.failedFile.empty()) {
+    report_write_error(tg, problems.failedFile);
+    return false;
+  }
+  return true;
+}
+
+// Writes the force-include header, closes the personality and merges the
+// template; false, after the report, when any of them was cut short.
+static bool write_outputs(TesselGen& tg, const OutputPaths& paths,
+                          std::ofstream& personality) {
+  std::string failedHeader;
+  if (!tg.forceIncludePath.empty()) {
+    (void)WriteForceInclude(tg, paths.forceInclude, tg.forceIncludePath,
+                            personality, &failedHeader);
+  } else if (tg.writeDefaultForceInclude) {
+    (void)WriteForceInclude(tg, paths.forceInclude, "kiv_forceinclude.h",
+                            personality, &failedHeader);
+  }
+  if (!failedHeader.empty()) {
+    report_write_error(tg, failedHeader);
+    return false;
+  }
+  personality.close();
+  if (personality.fail() || !MergeTemplate(tg, tg.outputPath)) {
+    report_write_error(tg, tg.outputPath);
+    return false;
+  }
+  return true;
+}
+
+// The keyword lists come from "config" under the current directory; each
+// missing list has its own message, and this one says what it costs.
+static void warn_missing_config(TesselGen& tg) {
+  struct stat status;
+  if (stat("config", &status) != 0 || !S_ISDIR(status.st_mode)) {
+    report_problem(tg,
+                   "No \"config\" directory here: without the keyword lists "
+                   "the keyword results are unreliable.",
+                   false);
+  }
+}
+
 int TesselGen::run() {
-  std::ofstream personality(outputPath, std::ios::out | std::ios::trunc);
   const OutputPaths paths = derive_output_paths(outputPath, isC);
   log_options(*this);
+  // Checked before the personality is opened, since opening empties it.
+  const std::string conflict = findInputConflict(*this, paths);
+  if (!conflict.empty()) {
+    report_problem(*this, conflict, true);
+    return 2;
+  }
+  std::ofstream personality(outputPath, std::ios::out | std::ios::trunc);
   if (!personality.is_open()) {
     const std::string message =
         "Unable to open output personality file; " + outputPath;
@@ -98,9 +183,12 @@ int TesselGen::run() {
   stage("keyword lists");
   SetupBasicTypes(*this);
   LoadKeywordConfiguration(*this);
+  warn_missing_config(*this);
   if (!subPersonalityPath.empty()) {
     stage("sub-personality");
-    CopySubPersonality(subPersonalityPath, paths.directory, personality);
+    if (!import_sub_personality(*this, paths, personality)) {
+      return 1;
+    }
   }
   stage("header scan");
   ScanAllDirectories(*this);
@@ -116,14 +204,9 @@ int TesselGen::run() {
   ScanContextKeywords(*this, personality, false);
   stage("output");
 
-  if (!forceIncludePath.empty()) {
-    WriteForceInclude(*this, paths.forceInclude, forceIncludePath, personality);
-  } else if (writeDefaultForceInclude) {
-    WriteForceInclude(*this, paths.forceInclude, "kiv_forceinclude.h",
-                      personality);
+  if (!write_outputs(*this, paths, personality)) {
+    return 1;
   }
-  personality.close();
-  MergeTemplate(*this, outputPath);
 
   *out << "Completed OK" << std::endl;
   log.info("Completed OK");

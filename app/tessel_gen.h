@@ -52,7 +52,9 @@ class TesselGen : public RunSettings {
             MicrosClock clock = system_clock_micros);
 
   /// Runs the whole generation; returns the process exit status (0 after
-  /// "Completed OK", 1 when the personality file cannot be opened).
+  /// "Completed OK", 1 when the personality file cannot be opened or a
+  /// file of the output cannot be written whole, 2 when the settings would
+  /// overwrite one of the user's inputs; see findInputConflict).
   int run();
 
   /// Starts the console progress indicator for `items` items; 0 does

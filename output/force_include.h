@@ -26,7 +26,12 @@ class TesselGen;
 ///
 /// A file that cannot be opened leaves no header, but both personality lines
 /// are still written, naming the path that would have been used.
-void WriteForceInclude(TesselGen& tg, const std::string& directory,
-                       const std::string& fileName, std::ostream& personality);
+///
+/// Returns false, with the header's path in `failedFile` (when not null),
+/// when the header was opened but could not be written whole (disk full,
+/// write error): the run must not report success then.
+bool WriteForceInclude(TesselGen& tg, const std::string& directory,
+                       const std::string& fileName, std::ostream& personality,
+                       std::string* failedFile = nullptr);
 
 #endif  // TESSEL_OUTPUT_FORCE_INCLUDE_H_

@@ -153,7 +153,7 @@ static void apply_remove_and_add(const TemplateSections& sections,
 }
 
 // Merges the open template into the personality file at `path`.
-static void merge_into(TesselGen& tg, std::istream& templateFile,
+static bool merge_into(TesselGen& tg, std::istream& templateFile,
                        const std::string& path, std::set<std::string>& review) {
   TemplateSections sections = ReadTemplateSections(templateFile);
   for (const std::string& tag : sections.unclosedSections) {
@@ -185,20 +185,23 @@ static void merge_into(TesselGen& tg, std::istream& templateFile,
   std::ofstream rewritten(path, std::ios::out | std::ios::trunc);
   if (!rewritten.is_open()) {
     *tg.out << "Cannot re-open Personality File (write) - " << path << "\n";
-    return;
+    return true;
   }
   for (const std::string& line : merged) {
     rewritten << line << "\n";
   }
+  rewritten.close();
+  return !rewritten.fail();
 }
 
-void MergeTemplate(TesselGen& tg, const std::string& personalityPath) {
+bool MergeTemplate(TesselGen& tg, const std::string& personalityPath) {
+  bool written = true;
   std::set<std::string> review(tg.ReviewLines.begin(), tg.ReviewLines.end());
   if (!tg.templatePath.empty()) {
     *tg.out << "Incorporating Template Personality\n";
     std::ifstream templateFile(tg.templatePath);
     if (templateFile.is_open()) {
-      merge_into(tg, templateFile, personalityPath, review);
+      written = merge_into(tg, templateFile, personalityPath, review);
     } else {
       *tg.out << "Cannot open template Personality File - " << tg.templatePath
               << "\n";
@@ -211,4 +214,5 @@ void MergeTemplate(TesselGen& tg, const std::string& personalityPath) {
     }
   }
   tg.out->flush();
+  return written;
 }

@@ -47,6 +47,8 @@ bool SameOption(const std::string& line, const std::string& templateLine);
 /// the first line equal to it; an add entry is appended only when no line
 /// equals it. A section left open is reported as "Template section <add> is
 /// not closed in " + the template path, and its entries are still used.
-void MergeTemplate(TesselGen& tg, const std::string& personalityPath);
+/// Returns false when the rewritten personality could not be written whole
+/// (disk full, write error), so that the run does not report success.
+bool MergeTemplate(TesselGen& tg, const std::string& personalityPath);
 
 #endif  // TESSEL_OUTPUT_TEMPLATE_MERGE_H_

@@ -78,6 +78,14 @@ std::string RunLogText() {
   return ReadFile(found);
 }
 
+// Links the shipped keyword lists into the current directory, so that a
+// run's standard error holds only what a test provokes.
+void LinkConfig() {
+  ASSERT_EQ(0,
+            symlink((std::string(tessel_test::kSourceDir) + "/config").c_str(),
+                    "config"));
+}
+
 // True when `text` holds `part`.
 bool Holds(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -131,6 +139,7 @@ TEST(HostileInputs, HangingCompilerIsStoppedWithItsProcessGroup) {
 TEST(HostileInputs, HangingTestProgramCountsAsFailed) {
   ScratchDir scratch;
   ASSERT_EQ(0, mkdir("personality", 0755));
+  LinkConfig();
   // The host check's program hangs; every other program prints 4.
   WriteFakeRules(
       "if [ \"$FAKE_MODE\" = program ] && has 'hello world'; then\n"
@@ -167,6 +176,7 @@ TEST(HostileInputs, TimeoutNeedsAWholeNumber) {
 TEST(HostileInputs, DataNeverReachesTheShellAsCode) {
   ScratchDir scratch("run");
   ASSERT_EQ(0, mkdir("personality", 0755));
+  LinkConfig();
   // Candidates that hold "touch" do not compile, so they are found as
   // keywords and would be tried as defines in the keyword position tests.
   WriteFakeRules(std::string(kNativeRules) +
@@ -307,4 +317,225 @@ TEST(HostileInputs, KilledRunLeavesNoLockBehind) {
   EXPECT_TRUE(Holds(next.err, "Command stopped at the time limit of 1 s: "))
       << next.err;
   WriteFile("release", "");
+}
+
+// ---- directory walks --------------------------------------------------------
+
+namespace {
+
+// A header tree "inc": a.h, sub/b.h, each declaring a keyword candidate
+// the fake compiler rejects.
+void WriteHeaderTree() {
+  WriteFile("inc/a.h", "int __kwa;\n");
+  WriteFile("inc/sub/b.h", "int __kwb;\n");
+}
+
+}  // namespace
+
+TEST(HostileInputs, LinkLoopsAndSpecialFilesAreWalkedSafely) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  LinkConfig();
+  WriteFakeRules(std::string(kNativeRules) +
+                 "if has __kwa || has __kwb; then fail 'no'; fi\n");
+  WriteHeaderTree();
+  const std::vector<std::string> args =
+      FakeArgs({"-i", "inc", "-sub", "inc", "-op", "personality/p.p_c"});
+  // The same tree without loops and special files gives the reference.
+  ProcessResult clean = RunTessel(args);
+  ASSERT_EQ(0, clean.exitCode) << clean.err;
+  const std::string expected = ReadFile("personality/p.p_c");
+  ASSERT_TRUE(Holds(expected, "-d __kwb=\n")) << expected;
+  std::filesystem::remove_all("personality");
+  ASSERT_EQ(0, mkdir("personality", 0755));
+
+  ASSERT_EQ(0, symlink("..", "inc/sub/up"));
+  ASSERT_EQ(0, symlink(".", "inc/sub/self"));
+  ASSERT_EQ(0, mkfifo("inc/fifo", 0644));
+  ASSERT_EQ(0, symlink("/dev/zero", "inc/zero"));
+  ProcessResult result = RunTessel(args);
+  EXPECT_EQ(0, result.exitCode);
+  EXPECT_TRUE(Holds(result.out, "\nCompleted OK\n"));
+  EXPECT_EQ(expected, ReadFile("personality/p.p_c"));
+  const std::string top = scratch.work() + "/inc";
+  for (const std::string& warning : {
+           "Header scan skips a file that is not a regular file: " + top +
+               "/fifo",
+           "Header scan skips a file that is not a regular file: " + top +
+               "/zero",
+           "Header scan skips a link back into a directory it is walking: " +
+               top + "/sub/up",
+           "Header scan skips a link back into a directory it is walking: " +
+               top + "/sub/self",
+           std::string("Sub-personality entry skipped: inc/fifo (not a "
+                       "regular file)"),
+           std::string("Sub-personality entry skipped: inc/zero (not a "
+                       "regular file)"),
+           std::string("Sub-personality entry skipped: inc/sub/up (a "
+                       "directory already copied)"),
+           std::string("Sub-personality entry skipped: inc/sub/self (a "
+                       "directory already copied)"),
+       }) {
+    EXPECT_TRUE(Holds(result.err, warning + "\n")) << warning;
+  }
+  // The copy holds the two headers and nothing else.
+  std::set<std::string> copied;
+  for (const auto& entry :
+       std::filesystem::recursive_directory_iterator("personality/inc")) {
+    copied.insert(entry.path().string());
+  }
+  EXPECT_EQ((std::set<std::string>{"personality/inc/a.h", "personality/inc/sub",
+                                   "personality/inc/sub/b.h"}),
+            copied);
+  EXPECT_EQ("int __kwb;\n", ReadFile("personality/inc/sub/b.h"));
+}
+
+// ---- user inputs are never overwritten ------------------------------------
+
+namespace {
+
+// Every file below the current directory but the run logs.
+std::map<std::string, std::string> Inputs() {
+  std::map<std::string, std::string> files = Snapshot();
+  for (auto it = files.begin(); it != files.end();) {
+    it = it->first.rfind("./TesselGen_", 0) == 0 ? files.erase(it) : ++it;
+  }
+  return files;
+}
+
+// Runs with `options`, expects the refusal `message` and every input as
+// it was.
+void ExpectRefusal(const std::vector<std::string>& options,
+                   const std::string& message) {
+  const std::map<std::string, std::string> before = Inputs();
+  ProcessResult result = RunTessel(FakeArgs(options));
+  EXPECT_EQ(2, result.exitCode);
+  EXPECT_EQ(message + "\n", result.err);
+  EXPECT_FALSE(Holds(result.out, "Completed OK"));
+  EXPECT_TRUE(Holds(RunLogText(), "[CRIT] " + message + "\n"));
+  EXPECT_EQ(before, Inputs());
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    if (entry.path().filename().string().rfind("TesselGen_", 0) == 0) {
+      std::filesystem::remove(entry.path());
+    }
+  }
+}
+
+}  // namespace
+
+TEST(HostileInputs, RunThatWouldOverwriteItsInputsIsRefused) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  WriteFakeRules(kNativeRules);
+  WriteFile("tpl.p_c", "<add>\n-d X=1\n</add>\n");
+  WriteFile("fi.h", "/* Any other items */\n#else\n");
+  WriteFile("tree/x.h", "int x;\n");
+  WriteFile("personality/kivforceinclude/own.h", "int own;\n");
+
+  ExpectRefusal({"-op", "tpl.p_c", "-tpl", "./tpl.p_c"},
+                "The personality file tpl.p_c is the template personality "
+                "./tpl.p_c; the run would overwrite it. Choose another -op "
+                "or -tpl.");
+  ExpectRefusal({"-op", "fi.h", "-fi", "fi.h"},
+                "The personality file fi.h is the force-include header fi.h; "
+                "the run would overwrite it. Choose another -op or -fi.");
+  ExpectRefusal(
+      {"-fi", "personality/kivforceinclude/own.h"},
+      "The force-include header personality/kivforceinclude/own.h is the "
+      "file the run writes from it "
+      "(personality/kivforceinclude/own.h); the run would empty it. Move it "
+      "or choose another -op.");
+  ExpectRefusal({"-sub", "personality"},
+                "The sub-personality tree personality holds the output "
+                "directory of personality/TesselPerson.p_c; the run would "
+                "copy the tree into itself and overwrite its files. Choose "
+                "another -op or -sub.");
+  ExpectRefusal({"-sub", "tree", "-op", "tree/p.p_c"},
+                "The sub-personality tree tree holds the output directory of "
+                "tree/p.p_c; the run would copy the tree into itself and "
+                "overwrite its files. Choose another -op or -sub.");
+}
+
+// ---- write errors -----------------------------------------------------------
+
+namespace {
+
+// A full file system mounted on "full" for the length of a test.
+class FullDisk {
+ public:
+  FullDisk() {
+    mkdir("full", 0755);
+    mounted_ =
+        tessel_test::RunProcess("mount -t tmpfs -o size=64k tmpfs full 2>&1")
+            .exitCode == 0;
+    if (mounted_) {
+      tessel_test::RunProcess("dd if=/dev/zero of=full/filler bs=4k 2>&1");
+    }
+  }
+  ~FullDisk() {
+    if (mounted_) {
+      tessel_test::RunProcess("umount -l full");
+    }
+  }
+  bool mounted() const { return mounted_; }
+
+ private:
+  bool mounted_ = false;
+};
+
+// Runs with `options` and expects the run to end on a write error in
+// `file`.
+void ExpectWriteError(const std::vector<std::string>& options,
+                      const std::string& file) {
+  ProcessResult result = RunTessel(FakeArgs(options));
+  const std::string message =
+      "Cannot write " + file +
+      " (disk full or write error); the personality is incomplete.";
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ(message + "\n", result.err);
+  EXPECT_FALSE(Holds(result.out, "Completed OK"));
+  const std::string log = RunLogText();
+  EXPECT_TRUE(Holds(log, "[CRIT] " + message + "\n")) << log;
+  EXPECT_FALSE(Holds(log, "Completed OK"));
+}
+
+}  // namespace
+
+TEST(HostileInputs, FullDiskEndsTheRunWithoutSuccess) {
+  ScratchDir scratch;
+  FullDisk disk;
+  if (!disk.mounted()) {
+    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
+  }
+  LinkConfig();
+  WriteFakeRules(kNativeRules);
+  ExpectWriteError({"-op", "full/p.p_c"}, "full/p.p_c");
+}
+
+TEST(HostileInputs, FullDiskUnderTheForceIncludeHeader) {
+  ScratchDir scratch;
+  FullDisk disk;
+  if (!disk.mounted()) {
+    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
+  }
+  LinkConfig();
+  WriteFakeRules(kNativeRules);
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  ASSERT_EQ(0, symlink("../full", "personality/kivforceinclude"));
+  WriteFile("fi.h", std::string(8192, 'x') + "\n");
+  ExpectWriteError({"-fi", "fi.h"}, "personality/kivforceinclude/fi.h");
+}
+
+TEST(HostileInputs, FullDiskUnderTheSubPersonalityCopy) {
+  ScratchDir scratch;
+  FullDisk disk;
+  if (!disk.mounted()) {
+    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
+  }
+  LinkConfig();
+  WriteFakeRules(kNativeRules);
+  ASSERT_EQ(0, mkdir("personality", 0755));
+  ASSERT_EQ(0, symlink("../full", "personality/src"));
+  WriteFile("src/big.h", std::string(65536, 'x') + "\n");
+  ExpectWriteError({"-sub", "src"}, "personality/src/big.h");
 }

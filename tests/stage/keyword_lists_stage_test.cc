@@ -22,9 +22,15 @@ TEST(KeywordListsStage, RunWithoutConfigDirectoryReportsSixFilesAndCompletes) {
                    "Error: Cannot open; config/ignore_reserved_words.txt\n"
                    "Error: Cannot open; config/vell_extension_keywords.txt\n"
                    "Error: Cannot open; config/builtin_replace_keywords.txt\n"
-                   "Error: Cannot open; config/c_keywords.txt\n"))
+                   "Error: Cannot open; config/c_keywords.txt\n"
+                   "No \"config\" directory here: without the keyword "
+                   "lists the keyword results are unreliable.\n"))
       << console;
   EXPECT_NE(std::string::npos, console.find("Completed OK\n")) << console;
+  EXPECT_NE(std::string::npos,
+            tessel_test::ReadFile(run.tg->log.fileName())
+                .find("[WARN] No \"config\" directory here: without the "
+                      "keyword lists the keyword results are unreliable.\n"));
   EXPECT_TRUE(run.tg->ignoreKeywords.empty());
   EXPECT_TRUE(run.tg->languageKeywords.empty());
 }
