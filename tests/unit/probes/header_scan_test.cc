@@ -336,13 +336,21 @@ TEST(HeaderScan, TemplateTestSectionAddsItsLines) {
       log.NewLines());
 }
 
-TEST(HeaderScan, TemplateLinesAreTakenWhole) {
+TEST(HeaderScan, TemplateLinesAreTakenWholeAndOnlyAsIdentifiers) {
   ScratchDir scratch;
-  WriteFile("tpl.p_c", "<test>\n __spaced \n\n</test>\n");
+  WriteFile("tpl.p_c", "<test>\n __spaced \n\n__ok1\n1bad\n</test>\n");
   FakeRun run(true, true);
   run.tg->templatePath = "tpl.p_c";
   AddTemplateKeywords(*run.tg);
-  EXPECT_EQ((StringSet{"", " __spaced "}), run.tg->candidateKeywords);
+  // Lines are not trimmed, so a blank makes a line no identifier; an empty
+  // line is passed over without a word.
+  EXPECT_EQ((StringSet{"__ok1"}), run.tg->candidateKeywords);
+  EXPECT_EQ(
+      "Template keyword is not a C identifier and is not tested: ' __spaced ' "
+      "(tpl.p_c line 2)\n"
+      "Template keyword is not a C identifier and is not tested: '1bad' "
+      "(tpl.p_c line 5)\n",
+      run.console.str());
 }
 
 TEST(HeaderScan, TemplateTestSectionWithoutEndStopsAtEndOfFile) {
