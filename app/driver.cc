@@ -95,6 +95,24 @@ static int report_write_error(TesselGen& tg, const std::string& file) {
   return 1;
 }
 
+// Reports a personality file that cannot be created.
+static void report_unopened_personality(TesselGen& tg) {
+  const std::string message =
+      "Unable to open output personality file; " + tg.outputPath;
+  *tg.out << message << std::endl;
+  tg.log.crit(message);
+}
+
+// Reports a setting that would overwrite one of the user's inputs; true
+// when the run must stop.
+static bool refuse_input_conflict(TesselGen& tg, const OutputPaths& paths) {
+  const std::string conflict = findInputConflict(tg, paths);
+  if (!conflict.empty()) {
+    report_problem(tg, conflict, true);
+  }
+  return !conflict.empty();
+}
+
 // Copies the sub-personality tree; false, after the report, when a file
 // of the copy could not be written.
 static bool import_sub_personality(TesselGen& tg, const OutputPaths& paths,
@@ -152,17 +170,12 @@ int TesselGen::run() {
   const OutputPaths paths = derive_output_paths(outputPath, isC);
   log_options(*this);
   // Checked before the personality is opened, since opening empties it.
-  const std::string conflict = findInputConflict(*this, paths);
-  if (!conflict.empty()) {
-    report_problem(*this, conflict, true);
+  if (refuse_input_conflict(*this, paths)) {
     return 2;
   }
   std::ofstream personality(outputPath, std::ios::out | std::ios::trunc);
   if (!personality.is_open()) {
-    const std::string message =
-        "Unable to open output personality file; " + outputPath;
-    *out << message << std::endl;
-    log.crit(message);
+    report_unopened_personality(*this);
     return 1;
   }
 

@@ -266,10 +266,11 @@ std::map<std::string, std::string> Snapshot() {
   return files;
 }
 
-// The fake compiler waits for the file "release" on its first compile.
+// The fake compiler waits for the file "release" on its first compile, and
+// says so with "started" and "resumed".
 const char kHeldRules[] =
     "if [ ! -f release ]; then touch started\n"
-    "  while [ ! -f release ]; do sleep 0.05; done; fi\n";
+    "  while [ ! -f release ]; do sleep 0.05; done; touch resumed; fi\n";
 
 const char kBusy[] =
     "Another TesselGen run is going on in this directory; run in another "
@@ -316,7 +317,9 @@ TEST(HostileInputs, KilledRunLeavesNoLockBehind) {
   EXPECT_EQ(1, next.exitCode);
   EXPECT_TRUE(Holds(next.err, "Command stopped at the time limit of 1 s: "))
       << next.err;
+  // Lets the killed run's compiler end before the directory goes away.
   WriteFile("release", "");
+  AwaitFile("resumed");
 }
 
 // ---- directory walks --------------------------------------------------------
