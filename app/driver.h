@@ -1,21 +1,9 @@
 #ifndef TESSEL_APP_DRIVER_H_
 #define TESSEL_APP_DRIVER_H_
 
-#include <string>
-
-/// Paths that the generation driver derives from the personality path.
-struct OutputPaths {
-  /// The personality path up to and including its last "/", or "".
-  std::string directory;
-  /// Source used by the include directory tests: directory +
-  /// "personality_test" + ".c" or ".cpp".
-  std::string personalityTest;
-  /// Directory of the force-include header: directory + "kivforceinclude".
-  std::string forceInclude;
-};
-
-/// Derives the driver's paths from `outputPath` for the C (`isC`) or C++
-/// product.
-OutputPaths derive_output_paths(const std::string& outputPath, bool isC);
+// The generation driver is `TesselGen::run` (app/tessel_gen.h). The paths
+// it derives from the personality path live in their own unit so that the
+// checks made before the run starts can use them too.
+#include "app/output_paths.h"  // IWYU pragma: export
 
 #endif  // TESSEL_APP_DRIVER_H_

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "app/driver.h"
+#include "app/output_paths.h"
 
 class TesselGen;
 
