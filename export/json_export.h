@@ -1,0 +1,16 @@
+#ifndef TESSEL_EXPORT_JSON_EXPORT_H_
+#define TESSEL_EXPORT_JSON_EXPORT_H_
+
+#include <string>
+
+#include "export/export_facts.h"
+
+/// `text` as a JSON string literal, quotes included.
+std::string json_quote(const std::string& text);
+
+/// The JSON document of every fact in `facts`: one object with "format":
+/// "tesselgen-personality" and "version": 1, laid out two spaces per level,
+/// ending in a newline. The fields are described in docs/export-json.md.
+std::string personality_json(const ExportFacts& facts);
+
+#endif  // TESSEL_EXPORT_JSON_EXPORT_H_
