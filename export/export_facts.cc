@@ -161,7 +161,7 @@ ExportFacts collect_facts(const Personality& personality,
 }
 
 // Stores the value of one "[N] Label=value" settings line.
-static void take_numbered(const std::string& text, RunSettings* settings) {
+static void take_numbered(const std::string& text, LoggedSettings* settings) {
   const std::string::size_type equals = text.find('=');
   if (equals == std::string::npos) {
     return;
@@ -187,9 +187,9 @@ static void take_numbered(const std::string& text, RunSettings* settings) {
   }
 }
 
-std::optional<RunSettings> parse_run_settings(const std::string& text) {
+std::optional<LoggedSettings> parse_run_settings(const std::string& text) {
   static const std::string kInfo = "[INFO] ";
-  RunSettings settings;
+  LoggedSettings settings;
   bool found = false;
   std::vector<std::string>* list = nullptr;
   std::istringstream in(text);

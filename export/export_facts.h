@@ -33,7 +33,7 @@ struct DefineFact {
 };
 
 /// The settings a run echoes at the top of its run log.
-struct RunSettings {
+struct LoggedSettings {
   /// The run log's path.
   std::string logPath;
   /// The tool version the log names ("TesselPersonGen v...").
@@ -81,7 +81,7 @@ struct ExportFacts {
   /// Lines of no known kind that are not empty.
   std::vector<std::string> otherLines;
   /// The settings of the run, when its log was found.
-  std::optional<RunSettings> settings;
+  std::optional<LoggedSettings> settings;
   /// The text of "<personality>.verify.json", when present.
   std::optional<std::string> verification;
 };
@@ -101,7 +101,7 @@ ExportFacts collect_facts(const Personality& personality,
 
 /// Parses the settings echo at the top of a run log's `text`; empty when
 /// the text holds none.
-std::optional<RunSettings> parse_run_settings(const std::string& text);
+std::optional<LoggedSettings> parse_run_settings(const std::string& text);
 
 /// Reads the personality at `path` and everything beside it: the newest run
 /// log "TesselGen_*.log" of the run's working directory (the parent of the

@@ -78,7 +78,7 @@ static std::vector<std::string> number_items(
   return items;
 }
 
-static void write_settings(std::ostream& out, const RunSettings& s) {
+static void write_settings(std::ostream& out, const LoggedSettings& s) {
   out << "  \"compiler\": {\n";
   const std::pair<const char*, std::string> fields[] = {
       {"runLog", s.logPath},         {"toolVersion", s.version},
