@@ -7,38 +7,7 @@
 namespace {
 
 using tessel_test::SampleFacts;
-
-// A clang that answers from a script: the failed facts per target, the
-// macros it predefines and the keywords it knows.
-struct ScriptedClang : ClangTool {
-  std::map<std::string, std::set<std::size_t>> failed;
-  TargetInfo info;
-  std::string source;
-  std::string described;
-  std::vector<std::string> askedKeywords;
-
-  std::vector<TargetCheck> CheckTargets(const std::vector<std::string>& targets,
-                                        const std::string& text) override {
-    source = text;
-    std::vector<TargetCheck> checks;
-    for (const std::string& target : targets) {
-      TargetCheck check;
-      check.target = target;
-      check.usable = failed.count(target) != 0;
-      check.failed = check.usable ? failed[target] : std::set<std::size_t>();
-      checks.push_back(check);
-    }
-    return checks;
-  }
-  bool DescribeTarget(const std::string& target,
-                      const std::vector<std::string>& keywords,
-                      TargetInfo* out) override {
-    described = target;
-    askedKeywords = keywords;
-    *out = info;
-    return true;
-  }
-};
+using tessel_test::ScriptedClang;
 
 ClangPlan SdccPlan(ScriptedClang* clang) {
   clang->failed["x86_64-linux-gnu"] = {0, 1, 2, 3, 4, 5, 6};

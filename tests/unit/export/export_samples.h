@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "export/clang_target.h"
 #include "export/export_facts.h"
 #include "model/personality.h"
 
@@ -64,6 +65,45 @@ inline const char kSdccLog[] =
     "[+        0ms][INFO] \t\t-mmcs51\n"
     "[+        0ms][INFO] \t-op personality/TesselPerson.p_c\n"
     "[+       37ms][INFO] Discovered obj file extension: .rel\n";
+
+/// A clang that answers from a script: the failed facts per target (a
+/// target not listed is unusable), the macros it predefines and the
+/// keywords it knows.
+struct ScriptedClang : ClangTool {
+  /// Failed fact numbers by target.
+  std::map<std::string, std::set<std::size_t>> failed;
+  /// What DescribeTarget answers.
+  TargetInfo info;
+  /// The last check source, described target and keywords asked about.
+  std::string source;
+  std::string described;
+  std::vector<std::string> askedKeywords;
+
+  /// Answers from `failed`.
+
+  std::vector<TargetCheck> CheckTargets(const std::vector<std::string>& targets,
+                                        const std::string& text) override {
+    source = text;
+    std::vector<TargetCheck> checks;
+    for (const std::string& target : targets) {
+      TargetCheck check;
+      check.target = target;
+      check.usable = failed.count(target) != 0;
+      check.failed = check.usable ? failed[target] : std::set<std::size_t>();
+      checks.push_back(check);
+    }
+    return checks;
+  }
+  /// Answers `info`.
+  bool DescribeTarget(const std::string& target,
+                      const std::vector<std::string>& keywords,
+                      TargetInfo* out) override {
+    described = target;
+    askedKeywords = keywords;
+    *out = info;
+    return true;
+  }
+};
 
 /// The facts of `text`, read as the personality at `path`.
 inline ExportFacts SampleFacts(const std::string& text = kSdccPersonality,
