@@ -1,6 +1,7 @@
 #include "export/clang_export.h"
 
 #include <cctype>
+#include <cstdlib>
 #include <set>
 
 ClangPlan plan_clang_export(const ExportFacts& facts, ClangTool& clang) {
@@ -235,6 +236,34 @@ static void write_keywords(const ExportFacts& facts, const ClangPlan& plan,
   }
 }
 
+// gcc attribute forms that headers use when __GNUC__ says a gcc release at
+// least this new, and that clang does not take: the macro keeps the
+// attribute and drops its arguments.
+static void write_attribute_gaps(const ExportFacts& facts,
+                                 const ClangPlan& plan, std::string* text) {
+  static const std::pair<long, const char*> kGaps[] = {
+      {11, "#define __malloc__(...) __malloc__"}};
+  long gnuc = 0;
+  for (const DefineFact& macro : facts.macros) {
+    if (macro.name == "__GNUC__") {
+      gnuc = std::strtol(macro.value.c_str(), nullptr, 10);
+    }
+  }
+  if (plan.target.empty() || gnuc == 0) {
+    return;
+  }
+  std::string lines;
+  for (const auto& gap : kGaps) {
+    if (gnuc >= gap.first) {
+      lines += std::string(gap.second) + "\n";
+    }
+  }
+  if (!lines.empty()) {
+    *text += "\n/* gcc " + std::to_string(gnuc) +
+             " attribute forms that clang does not take */\n" + lines;
+  }
+}
+
 std::string compat_header(const ExportFacts& facts, const ClangPlan& plan) {
   std::string text = "/* tessel_compat.h, written by TesselExport.\n";
   for (const std::string& line : origin_lines(facts)) {
@@ -247,6 +276,7 @@ std::string compat_header(const ExportFacts& facts, const ClangPlan& plan) {
   write_undefs(facts, plan, &text);
   write_macros(facts, plan, &text);
   write_keywords(facts, plan, &text);
+  write_attribute_gaps(facts, plan, &text);
   if (facts.forceInclude && !facts.forceInclude->empty()) {
     text += "\n/* The force-include header */\n";
     text += facts.forceIncludeFound.empty()

@@ -178,3 +178,24 @@ TEST(ClangTarget, TheFirstOfEquallyCloseTargetsIsChosen) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ClangExport, NewGccAttributeFormsKeepTheAttributeOnly) {
+  ClangPlan plan;
+  plan.target = "x86_64-linux-gnu";
+  plan.info.predefined = {{"__GNUC__", "4"}};
+  const std::string header =
+      compat_header(tessel_test::SampleFacts("-d __GNUC__=12\n"), plan);
+  EXPECT_NE(header.find("#undef __GNUC__\n#define __GNUC__ 12\n\n"
+                        "/* The compiler's extension keywords */\n\n"
+                        "/* gcc 12 attribute forms that clang does not take "
+                        "*/\n#define __malloc__(...) __malloc__\n"),
+            std::string::npos)
+      << header;
+  EXPECT_EQ(compat_header(tessel_test::SampleFacts("-d __GNUC__=10\n"), plan)
+                .find("__malloc__"),
+            std::string::npos);
+}
+
+}  // namespace
