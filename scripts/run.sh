@@ -141,4 +141,17 @@ else
   echo "Force-include:     (none written)"
 fi
 echo "Run log:           $run_dir/work/$(ls -t TesselGen_*.log 2>/dev/null | head -1)"
+# The exports for clangd, clang-tidy and cppcheck go beside the personality.
+# TESSEL_EXPORT names a TesselExport; else the one beside TesselGen is used.
+exporter=${TESSEL_EXPORT:-$(dirname "$binary")/TesselExport}
+if [ -z "${TESSEL_BINARY:-}${TESSEL_EXPORT:-}" ]; then
+  cmake --build "$top/build" --target TesselExport -j 2 >/dev/null
+fi
+if [ ! -x "$exporter" ]; then
+  echo "Exports:           (not written: no TesselExport at $exporter)"
+elif "$exporter" all "$out" >export.log 2>&1; then
+  echo "Exports:           $run_dir/work/$(dirname "$out")"
+else
+  echo "Exports:           (failed: see $run_dir/work/export.log)"
+fi
 exit $status
