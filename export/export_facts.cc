@@ -11,10 +11,16 @@ namespace fs = std::filesystem;
 // standard keyword" (C and C++ keywords that can stand where an extension
 // keyword stands).
 static const char* const kStandardKeywords[] = {
-    "asm",      "auto",     "const",    "extern",    "inline",
-    "register", "restrict", "signed",   "static",    "unsigned",
-    "volatile", "_Alignas", "_Atomic",  "_Noreturn", "_Thread_local",
-    "typeof",   "noexcept", "explicit", "virtual",   "constexpr"};
+    "asm",           "auto",         "const",
+    "extern",        "inline",       "register",
+    "restrict",      "signed",       "static",
+    "unsigned",      "volatile",     "alignas",
+    "alignof",       "_Alignas",     "_Alignof",
+    "_Atomic",       "_Complex",     "_Generic",
+    "_Imaginary",    "_Noreturn",    "_Static_assert",
+    "_Thread_local", "thread_local", "typeof",
+    "typeof_unqual", "constexpr",    "noexcept",
+    "explicit",      "virtual",      "__func__"};
 
 // The scalar types a type keyword may be mapped to.
 static const char* const kScalarTypes[] = {
@@ -31,7 +37,8 @@ static const char* const kScalarTypes[] = {
     "signed long",    "signed long long"};
 
 KeywordTreatment keyword_treatment(const std::string& value) {
-  if (value.empty()) {
+  // The keyword lists write "/**/" for "replaced by nothing".
+  if (value.empty() || value == "/**/") {
     return KeywordTreatment::kRemove;
   }
   if (value == "kiv_ignore_paren") {

@@ -147,3 +147,15 @@ TEST(ExportFacts, AnUnparsableLineIsNamedWithFileAndLine) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ExportFacts, TreatmentsAreReadFromTheReplacement) {
+  EXPECT_EQ(keyword_treatment("/**/"), KeywordTreatment::kRemove);
+  EXPECT_EQ(keyword_treatment("_Alignof"), KeywordTreatment::kKeyword);
+  EXPECT_EQ(keyword_treatment("alignof"), KeywordTreatment::kKeyword);
+  EXPECT_EQ(keyword_treatment("unsigned long long"), KeywordTreatment::kType);
+  EXPECT_EQ(keyword_treatment("char*"), KeywordTreatment::kText);
+}
+
+}  // namespace
