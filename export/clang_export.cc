@@ -12,7 +12,9 @@ ClangPlan plan_clang_export(const ExportFacts& facts, ClangTool& clang) {
       clang.CheckTargets(candidate_targets(), target_check_source(checked)));
   plan.target = best.target;
   for (const std::size_t index : best.failed) {
-    if (index < checked.size()) {
+    // The char sign counts towards the choice, but the flags set it
+    // whatever the target's default.
+    if (index < checked.size() && checked[index].line.rfind("-u", 0) != 0) {
       plan.unheld.push_back(checked[index].line);
     }
   }
