@@ -12,6 +12,8 @@ command -v apt-get >/dev/null 2>&1 || exit 0
 packages=(cmake ninja-build g++ gcc clang libclang-rt-dev libgtest-dev
   sdcc gcc-avr avr-libc gcc-arm-none-eabi libnewlib-arm-none-eabi tcc
   gcc-multilib g++-multilib)
+# The tools the exports are checked with, and cc65 whose headers they read.
+packages+=(clangd cppcheck cc65 python3)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -80,6 +80,16 @@ const ToolCase kCases[] = {
      "  return 0; }\n",
      95, ""}};
 
+// Why a test needing `tools` cannot run here, or "" when it can.
+std::string MissingTool(const std::vector<std::string>& tools) {
+  for (const std::string& tool : tools) {
+    if (RunProcess("command -v " + ShellQuote(tool)).exitCode != 0) {
+      return "skipped: " + tool + " not installed";
+    }
+  }
+  return "";
+}
+
 const CachedPreset& PresetNamed(const std::string& name) {
   for (const CachedPreset& preset : tessel_test::CachedPresets()) {
     if (preset.name == name) {
@@ -148,6 +158,10 @@ std::vector<std::string> HeaderNames(const std::vector<std::string>& dirs) {
 class ExportTools : public ::testing::TestWithParam<ToolCase> {
  protected:
   void SetUp() override {
+    const std::string missing = MissingTool({"clang", "clangd", "python3"});
+    if (!missing.empty()) {
+      GTEST_SKIP() << missing;
+    }
     std::string why;
     personality_ =
         tessel_test::PresetPersonality(PresetNamed(GetParam().preset), &why);
@@ -265,9 +279,14 @@ INSTANTIATE_TEST_SUITE_P(Presets, ExportTools, ::testing::ValuesIn(kCases),
 // cppcheck export of `preset`; empty with `why` set when skipped.
 std::optional<std::string> CppcheckShift(const std::string& preset,
                                          std::string* why) {
+  *why = MissingTool({"cppcheck"});
+  if (!why->empty()) {
+    return std::nullopt;
+  }
   const auto personality =
       tessel_test::PresetPersonality(PresetNamed(preset), why);
   if (!personality) {
+    *why = "skipped: " + *why;
     return std::nullopt;
   }
   Export("cppcheck", *personality, ".");
@@ -283,7 +302,7 @@ TEST(ExportCppcheck, TheAvrExportShiftsA16BitInt) {
   std::string why;
   const auto output = CppcheckShift("avr-gcc", &why);
   if (!output) {
-    GTEST_SKIP() << "skipped: " << why;
+    GTEST_SKIP() << why;
   }
   EXPECT_EQ(output->find("cppcheck: error"), std::string::npos) << *output;
   EXPECT_NE(output->find("Shifting 16-bit value by 20 bits is undefined "
@@ -297,7 +316,7 @@ TEST(ExportCppcheck, TheGccExportFindsNothing) {
   std::string why;
   const auto output = CppcheckShift("gcc", &why);
   if (!output) {
-    GTEST_SKIP() << "skipped: " << why;
+    GTEST_SKIP() << why;
   }
   EXPECT_EQ(output->find("error"), std::string::npos) << *output;
 }
