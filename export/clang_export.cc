@@ -26,9 +26,11 @@ ClangPlan plan_clang_export(const ExportFacts& facts, ClangTool& clang) {
   std::vector<std::string> keywords;
   for (const DefineFact& keyword : facts.keywords) {
     const std::string name = keyword.name.substr(0, keyword.name.find('('));
-    bool identifier = !name.empty() && !std::isdigit(name[0]);
+    bool identifier =
+        !name.empty() && !std::isdigit(static_cast<unsigned char>(name[0]));
     for (const char c : name) {
-      identifier = identifier && (std::isalnum(c) || c == '_');
+      identifier = identifier &&
+                   (std::isalnum(static_cast<unsigned char>(c)) || c == '_');
     }
     if (identifier) {
       keywords.push_back(name);
