@@ -46,7 +46,12 @@ const ToolCase kCases[] = {
      "__sfr __at(0x80) P0;\n"
      "void timer(void) __interrupt(1) { P0 = buffer[0]; }\n"
      "int main(void) { buffer[1] = P0; return 0; }\n",
-     95, ""},
+     80,
+     "sdcc's register headers (at89x51.h, mcs51reg.h, the hc08 and ds390 "
+     "ones) and serial headers write __at and __interrupt without "
+     "parentheses (\"__sfr __at 0x80 P0;\", \"__interrupt 4 __using 1\"), "
+     "and no macro can remove a keyword together with an argument that is "
+     "not in parentheses"},
     {"avr-gcc", "avr-gcc -mmcu=atmega328p -fsyntax-only t.c",
      "#include <avr/io.h>\n#include <avr/interrupt.h>\n#include <stdint.h>\n"
      "static volatile uint8_t ticks;\n"
@@ -128,11 +133,14 @@ std::vector<std::string> IncludeDirs(const std::string& personality) {
   return dirs;
 }
 
-// Every header name under the directories, each once (an earlier directory
-// hides a later one's header of the same name). A directory of more than
-// 1,500 headers (the system's /usr/include) gives its top level only.
+// Every header under the directories, by the name `#include <...>` finds
+// it with, each file once (an earlier directory hides a later one's header
+// of the same name, and a file reached through two directories counts
+// under its first name). A directory of more than 1,500 headers (the
+// system's /usr/include) gives its top level only.
 std::vector<std::string> HeaderNames(const std::vector<std::string>& dirs) {
   std::set<std::string> seen;
+  std::set<std::string> files;
   std::vector<std::string> names;
   for (const std::string& dir : dirs) {
     std::vector<std::string> here;
@@ -146,8 +154,9 @@ std::vector<std::string> HeaderNames(const std::vector<std::string>& dirs) {
     const bool topOnly = here.size() > 1500;
     std::sort(here.begin(), here.end());
     for (const std::string& name : here) {
+      const std::string file = fs::canonical(fs::path(dir) / name, ec).string();
       if ((!topOnly || name.find('/') == std::string::npos) &&
-          seen.insert(name).second) {
+          seen.insert(name).second && files.insert(file).second) {
         names.push_back(name);
       }
     }
