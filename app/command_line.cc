@@ -145,6 +145,12 @@ bool applyOptions(TesselGen& tg, int argc, const char* const* argv, int first) {
     } else if (option == "-rfs") {
       tg.reducedFileSize = true;
       *tg.out << "-rfs " << std::endl;
+    } else if (option == "-verify") {
+      // A repeated "-verify" changes nothing and is not echoed again.
+      if (!tg.verify) {
+        tg.verify = true;
+        *tg.out << "-verify" << std::endl;
+      }
     } else {
       *tg.out << "Ignoring unknown option: " << option << std::endl;
     }

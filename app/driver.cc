@@ -19,6 +19,7 @@
 #include "probes/macro_stage.h"
 #include "probes/type_sizes.h"
 #include "probes/type_test_run.h"
+#include "verify/check_stage.h"
 
 // Records the options of the run in the log, each only when present.
 static void log_options(TesselGen& tg) {
@@ -57,6 +58,9 @@ static void log_options(TesselGen& tg) {
   }
   if (tg.timeoutGiven) {
     tg.log.info("\t-timeout " + std::to_string(tg.timeoutSeconds));
+  }
+  if (tg.verify) {
+    tg.log.info("\t-verify");
   }
 }
 
@@ -118,8 +122,8 @@ static bool import_sub_personality(TesselGen& tg, const OutputPaths& paths,
   return true;
 }
 
-// Writes the force-include header, closes the personality and merges the
-// template; false, after the report, when any of them was cut short.
+// Writes the force-include header and closes the personality; false,
+// after the report, when either was cut short.
 static bool write_outputs(TesselGen& tg, const OutputPaths& paths,
                           std::ofstream& personality) {
   std::string failedHeader;
@@ -135,7 +139,7 @@ static bool write_outputs(TesselGen& tg, const OutputPaths& paths,
     return false;
   }
   personality.close();
-  if (personality.fail() || !MergeTemplate(tg, tg.outputPath)) {
+  if (personality.fail()) {
     report_write_error(tg, tg.outputPath);
     return false;
   }
@@ -207,6 +211,13 @@ int TesselGen::run() {
 
   if (!write_outputs(*this, paths, personality)) {
     return 1;
+  }
+  if (verify) {
+    stage("verify");
+    RunCheckStage(*this, fact_checkers());
+  }
+  if (!MergeTemplate(*this, outputPath)) {
+    return report_write_error(*this, outputPath);
   }
 
   *out << "Completed OK" << std::endl;

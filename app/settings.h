@@ -49,6 +49,9 @@ struct RunSettings {
   int timeoutSeconds = 300;
   /// True when "-timeout" was given, so that only such runs echo and log it.
   bool timeoutGiven = false;
+  /// Check the written personality with the compiler afterwards ("-verify");
+  /// given twice it counts once.
+  bool verify = false;
 };
 
 #endif  // TESSEL_APP_SETTINGS_H_
