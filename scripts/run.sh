@@ -6,7 +6,10 @@
 #   scripts/run.sh -- POSITIONALS... [OPTIONS...]
 #                                           your own eight positionals and options
 #   scripts/run.sh --args PRESET            print the preset's arguments only
+#   scripts/run.sh --no-verify ...          any of the above without "-verify"
 #
+# Runs pass "-verify" (check the personality with the compiler) unless
+# --no-verify comes first.
 # Each run gets its own directory runs/<name>-<time>/ holding the test
 # directories and a "work" directory (with "config") that TesselGen runs in,
 # so nothing is written into the shipped data and no run sees another's files.
@@ -14,7 +17,7 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 
 usage() {
-  sed -n '2,12p' "$0" | sed 's/^# \{0,1\}//'
+  sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'
 }
 
 presets="gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc"
@@ -82,6 +85,12 @@ preset_args() {
   for s in "${switches[@]}"; do ARGS+=(-xs "$s"); done
 }
 
+verify=(-verify)
+if [ "${1:-}" = --no-verify ]; then
+  verify=()
+  shift
+fi
+
 name=gcc
 if [ $# -gt 0 ]; then
   case "$1" in
@@ -93,6 +102,7 @@ if [ $# -gt 0 ]; then
   esac
 fi
 [ "$name" = custom ] || preset_args "$name"
+ARGS+=(${verify[@]+"${verify[@]}"})
 
 # TESSEL_BINARY names an already built TesselGen (the tests use it);
 # otherwise the tool is built here first.
