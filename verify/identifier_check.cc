@@ -72,15 +72,15 @@ static FactResult check_one(TesselGen& tg, bool external,
   }
   std::optional<long> found;
   if (written && *written >= kShortest && *written <= kLongestIdentifier) {
-    std::vector<std::string> claims = {
-        identifier_claim(external, *written, 'a')};
-    if (*written < kLongestIdentifier) {
-      claims.push_back(identifier_claim(external, *written + 1, 'b'));
-    }
-    const std::vector<bool> held = compile_claims(tg, "", claims);
-    if (held[0] && (claims.size() == 1 || !held[1])) {
+    // A written length holds when it is told apart and the next is not;
+    // a claim expected to fail cannot share a file, so these are two
+    // compiles.
+    const bool apart = tells_apart(tg, external, *written);
+    const bool nextApart = apart && *written < kLongestIdentifier &&
+                           tells_apart(tg, external, *written + 1);
+    if (apart && !nextApart) {
       found = written;
-    } else if (held[0]) {
+    } else if (apart) {
       found =
           tells_apart(tg, external, kLongestIdentifier)
               ? kLongestIdentifier

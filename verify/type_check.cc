@@ -31,16 +31,16 @@ struct NumericFact {
   std::string name;
   std::optional<std::size_t> line;
   std::optional<long> written;
-  std::string decl;  // file-scope text that `expr` needs, "tg_ID" renamed
-  std::string expr;  // "tg_ID" stands for a name unique to one claim
+  std::string decl;  // file-scope text that `expr` needs
+  std::string expr;  // "@" stands for a number unique to one claim
   long scale = 1;
 };
 
-// `text` with every "tg_ID" replaced by "tg_" + `id`.
+// `text` with every "@" replaced by `id`.
 std::string with_id(std::string text, const std::string& id) {
-  for (std::size_t at = text.find("tg_ID"); at != std::string::npos;
-       at = text.find("tg_ID", at)) {
-    text.replace(at, 5, "tg_" + id);
+  for (std::size_t at = text.find('@'); at != std::string::npos;
+       at = text.find('@', at)) {
+    text.replace(at, 1, id);
   }
   return text;
 }
@@ -49,7 +49,7 @@ std::string with_id(std::string text, const std::string& id) {
 std::string equals_claim(const NumericFact& fact, long value,
                          const std::string& id) {
   return with_id(
-      fact.decl + claim_typedef("tg_ok_ID", fact.expr + "*" +
+      fact.decl + claim_typedef("tg_ok_@", fact.expr + "*" +
                                                 std::to_string(fact.scale) +
                                                 " == " + std::to_string(value)),
       id);
@@ -59,7 +59,7 @@ std::string equals_claim(const NumericFact& fact, long value,
 std::string at_most_claim(const NumericFact& fact, long bytes) {
   return with_id(
       fact.decl +
-          claim_typedef("tg_ok_ID", fact.expr + " <= " + std::to_string(bytes)),
+          claim_typedef("tg_ok_@", fact.expr + " <= " + std::to_string(bytes)),
       "0");
 }
 
@@ -102,8 +102,8 @@ std::vector<NumericFact> numeric_facts(const Personality& personality) {
         fact.expr = "sizeof(" + type + ")";
         fact.scale = 8;
       } else {
-        fact.decl = "typedef struct { char c; " + type + " t; } tg_s_ID;\n";
-        fact.expr = "(sizeof(tg_s_ID) - sizeof(" + type + "))";
+        fact.decl = "typedef struct { char c; " + type + " t; } tg_s_@;\n";
+        fact.expr = "(sizeof(tg_s_@) - sizeof(" + type + "))";
       }
       facts.push_back(fact);
     }
@@ -248,18 +248,24 @@ static std::vector<FactResult> check_char_sign(TesselGen& tg,
   result.name = "char";
   result.hadWritten = at.has_value();
   result.written = at ? personality->lines[*at].value : "";
-  const std::vector<bool> held =
-      compile_claims(tg, "",
-                     {claim_typedef("tg_ok_0", "(char)-1 < 0"),
-                      claim_typedef("tg_ok_1", "(char)-1 > 0")});
-  if (held[0] == held[1]) {
+  // The written sign first: when it holds, one compile settles the fact.
+  const bool claimUnsigned = at && result.written == "+";
+  const char* const claims[2] = {"(char)-1 < 0", "(char)-1 > 0"};
+  std::optional<bool> isUnsignedFound;
+  if (compiles_alone(tg, "", claim_typedef("tg_ok_0", claims[claimUnsigned]))) {
+    isUnsignedFound = claimUnsigned;
+  } else if (compiles_alone(tg, "",
+                            claim_typedef("tg_ok_0", claims[!claimUnsigned]))) {
+    isUnsignedFound = !claimUnsigned;
+  }
+  if (!isUnsignedFound) {
     result.status = FactStatus::kUnchecked;
     result.now = result.written;
     result.hasNow = result.hadWritten;
     result.test = "(char)-1 < 0 undecided";
     return {result};
   }
-  const bool isUnsigned = held[1];
+  const bool isUnsigned = *isUnsignedFound;
   result.now = isUnsigned ? "+" : "-";
   result.test = isUnsigned ? "(char)-1 > 0" : "(char)-1 < 0";
   if (at && result.written == result.now) {
