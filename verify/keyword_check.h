@@ -17,7 +17,9 @@ class TesselGen;
 std::vector<std::string> keyword_names(const Personality& personality);
 
 /// The test source text that uses `name` as an ordinary identifier
-/// (`int NAME;` at file scope): it fails for a keyword.
+/// with an initialiser (`int NAME = 1;` at file scope): it fails for a
+/// keyword, a qualifier or a type word as well, which `int NAME;` would
+/// leave as a declaration that declares nothing (a mere warning).
 std::string identifier_use(const std::string& name);
 
 /// Checks that every keyword name fails where an ordinary identifier

@@ -50,8 +50,8 @@ std::string equals_claim(const NumericFact& fact, long value,
                          const std::string& id) {
   return with_id(
       fact.decl + claim_typedef("tg_ok_@", fact.expr + "*" +
-                                                std::to_string(fact.scale) +
-                                                " == " + std::to_string(value)),
+                                               std::to_string(fact.scale) +
+                                               " == " + std::to_string(value)),
       id);
 }
 
