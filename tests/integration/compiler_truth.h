@@ -394,6 +394,53 @@ inline std::string RecordedDefine(const std::string& name,
   return text.find(' ') == std::string::npos ? define : "\"" + define + "\"";
 }
 
+/// True when the constant expression `value` equals `n`, asked with a
+/// switch holding the case labels `value` and `n` after `prefix`: a
+/// duplicate case label is an error in every compiler, and a second file
+/// with the label `n` + 100000 instead must compile (so the error is the
+/// duplicate and nothing else). Needs neither array bounds nor `?:`.
+inline bool CaseEquals(const Preset& preset, const std::string& prefix,
+                       const std::string& value, long n) {
+  auto source = [&](long label) {
+    return prefix + "int truth_f(int x) { switch (x) { case " + value +
+           ": return 1; case " + std::to_string(label) +
+           ": return 2; } return 0; }\n";
+  };
+  return Compiles(preset, source(n + 100000)) && !Compiles(preset, source(n));
+}
+
+/// True when `name` and `type` are the same type after `prefix`: a
+/// function declared to return one and defined to return the other
+/// compiles only then.
+inline bool SameType(const Preset& preset, const std::string& prefix,
+                     const std::string& name, const std::string& type) {
+  return Compiles(preset, prefix + name + " truth_g(void);\n" + type +
+                              " truth_g(void) { return 0; }\n");
+}
+
+/// True when the compiler tells apart two names of `length` characters
+/// that differ only in the last: two functions with different return types
+/// (`external`), or two local variables of different types that are both
+/// used (internal names).
+inline bool TellsApartNames(const Preset& preset, bool external, long length) {
+  const std::string same =
+      "q" + std::string(static_cast<size_t>(length - 2), 'q');
+  if (external) {
+    return Compiles(preset, "int " + same + "a(void) { return 0; }\nchar " +
+                                same + "b(void) { return 0; }\n");
+  }
+  return Compiles(preset, "int truth_i(void) { int " + same + "a = 1; char " +
+                              same + "b = 2; return " + same + "a + " + same +
+                              "b; }\n");
+}
+
+/// True when `name` can be a local variable that is assigned and read.
+inline bool IsOrdinaryIdentifier(const Preset& preset,
+                                 const std::string& name) {
+  return Compiles(preset, "int truth_h(void) { int " + name + "; " + name +
+                              " = 2; return " + name + "; }\n");
+}
+
 }  // namespace tessel_test
 
 #endif  // TESSEL_TESTS_INTEGRATION_COMPILER_TRUTH_H_
