@@ -16,6 +16,8 @@ const char kOnlyWarnsReason[] =
 const char kRejectsAllReason[] = "the compiler rejects a valid test file";
 
 std::vector<FactChecker> fact_checkers() {
+  // The include directory and macro checkers, when built, come first: the
+  // later checks read the personality as those have left it.
   return {check_types, check_identifier_lengths, check_keywords};
 }
 

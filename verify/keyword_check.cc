@@ -51,7 +51,8 @@ std::vector<std::string> keyword_names(const Personality& personality) {
 }
 
 std::string identifier_use(const std::string& name) {
-  return "int " + name + " = 1;\n";
+  return "int " + name + " = 1; int tg_u_" + name + "(void) { return " + name +
+         "; }\n";
 }
 
 // The first define line of `name` after the type lines; `name` comes from
@@ -100,7 +101,7 @@ std::vector<FactResult> check_keywords(TesselGen& tg,
     result.name = names[i];
     const PersonalityLine& line = *first_keyword_line(*personality, names[i]);
     result.written = line.value;
-    result.test = "int " + names[i] + " = 1;";
+    result.test = "int " + names[i] + " = 1; return " + names[i] + ";";
     if (compiled[i]) {
       result.status = FactStatus::kCorrected;
       result.hasNow = false;

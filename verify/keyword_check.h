@@ -16,10 +16,12 @@ class TesselGen;
 /// "_kiv_...", "_KIV_...") and the compiler's built-ins ("..builtin_..").
 std::vector<std::string> keyword_names(const Personality& personality);
 
-/// The test source text that uses `name` as an ordinary identifier
-/// with an initialiser (`int NAME = 1;` at file scope): it fails for a
-/// keyword, a qualifier or a type word as well, which `int NAME;` would
-/// leave as a declaration that declares nothing (a mere warning).
+/// The test source text that uses `name` as an ordinary identifier: a
+/// file-scope variable with an initialiser, read by a function
+/// (`int NAME = 1; int tg_u_NAME(void) { return NAME; }`). It fails for a
+/// keyword: a qualifier or type word leaves the declaration without a
+/// declarator (`int NAME;` alone would only warn), and a word like tcc's
+/// `__asm`, accepted as a variable name, fails in the expression.
 std::string identifier_use(const std::string& name);
 
 /// Checks that every keyword name fails where an ordinary identifier

@@ -397,8 +397,9 @@ inline std::string RecordedDefine(const std::string& name,
 /// True when the constant expression `value` equals `n`, asked with a
 /// switch holding the case labels `value` and `n` after `prefix`: a
 /// duplicate case label is an error in every compiler, and a second file
-/// with the label `n` + 100000 instead must compile (so the error is the
-/// duplicate and nothing else). Needs neither array bounds nor `?:`.
+/// with the label `n` + 1000 (small enough for a 16-bit int) instead must
+/// compile (so the error is the duplicate and nothing else). Needs neither
+/// array bounds nor `?:`.
 inline bool CaseEquals(const Preset& preset, const std::string& prefix,
                        const std::string& value, long n) {
   auto source = [&](long label) {
@@ -406,7 +407,7 @@ inline bool CaseEquals(const Preset& preset, const std::string& prefix,
            ": return 1; case " + std::to_string(label) +
            ": return 2; } return 0; }\n";
   };
-  return Compiles(preset, source(n + 100000)) && !Compiles(preset, source(n));
+  return Compiles(preset, source(n + 1000)) && !Compiles(preset, source(n));
 }
 
 /// True when `name` and `type` are the same type after `prefix`: a

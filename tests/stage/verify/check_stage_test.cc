@@ -285,7 +285,7 @@ TEST(CheckStage, JsonReportHoldsEveryFact) {
         "\"sizeof(short)*8 == 16\"}",
         "{\"kind\": \"keyword\", \"name\": \"__nokw\", \"written\": \"1\", "
         "\"now\": null, \"status\": \"corrected\", \"test\": "
-        "\"int __nokw = 1; compiles\"}",
+        "\"int __nokw = 1; return __nokw; compiles\"}",
         "{\"kind\": \"identifier-length\", \"name\": \"external\", "
         "\"written\": \"63\", \"now\": \"63\", \"status\": \"confirmed\", "
         "\"test\": \"int N...a; long N...b; at file scope, 63 characters "

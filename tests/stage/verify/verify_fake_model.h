@@ -43,7 +43,7 @@ re_sizeof='sizeof\(([^()]*)\)'
 re_struct='^typedef struct \{ char c; (.*) t; \} tg_s_[a-z0-9]+;$'
 re_redecl='^extern (.*)\* (tg_p[0-9]+); extern (.*)\* tg_p[0-9]+;$'
 re_ident='(int|long) ([A-Za-z_][A-Za-z_0-9]*)[ab];'
-re_plain='^int ([A-Za-z_][A-Za-z_0-9]*) = 1;$'
+re_plain='^int ([A-Za-z_][A-Za-z_0-9]*) = 1; int tg_u_'
 judge() {  # fails the compile for a line the model rejects
   local line=$1 e
   if [[ $line =~ $re_struct ]]; then

@@ -47,7 +47,8 @@ TEST(Claims, KeywordNamesComeFromDefinesAfterTheTypeLines) {
       << err;
   EXPECT_EQ((std::vector<std::string>{"__asm", "__inline"}),
             keyword_names(personality));
-  EXPECT_EQ("int __asm = 1;\n", identifier_use("__asm"));
+  EXPECT_EQ("int __asm = 1; int tg_u___asm(void) { return __asm; }\n",
+            identifier_use("__asm"));
 }
 
 }  // namespace
