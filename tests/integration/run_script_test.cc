@@ -102,8 +102,17 @@ TEST(RunScript, EachRunGetsAFreshDirectoryLaidOutForTheTool) {
 
   std::vector<std::string> seen = Lines(ReadFile(work + "/seen.txt"));
   ASSERT_EQ(4u, seen.size());
-  EXPECT_EQ("args: vellc cmp cc -o  -c -D .o %c %j %d%s %o%e -i /usr/include",
-            seen[0]);
+  // Runs are verified unless --no-verify comes first.
+  EXPECT_EQ(
+      "args: vellc cmp cc -o  -c -D .o %c %j %d%s %o%e -i /usr/include "
+      "-verify",
+      seen[0]);
+  ProcessResult plain =
+      RunProcess(RunScript("--no-verify " + arguments, environment));
+  ASSERT_EQ(0, plain.exitCode) << plain.err;
+  EXPECT_EQ(
+      "args: vellc cmp cc -o  -c -D .o %c %j %d%s %o%e -i /usr/include",
+      Lines(ReadFile(Reported(plain.out, "Run directory:") + "/seen.txt"))[0]);
   EXPECT_EQ("here: config personality ", seen[1]);
   EXPECT_EQ("up: c_keyword_tests c_tests cpp_keyword_tests cpp_tests work ",
             seen[2]);
