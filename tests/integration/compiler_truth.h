@@ -435,11 +435,15 @@ inline bool TellsApartNames(const Preset& preset, bool external, long length) {
                               "b; }\n");
 }
 
-/// True when `name` can be a local variable that is assigned and read.
+/// True when `name` can be a local variable that is assigned and read, and
+/// a file-scope variable too. A name the compiler predeclares as a type
+/// (gcc's `__float128` on i386) can be shadowed by a local but not
+/// redeclared at file scope: it is not an ordinary identifier.
 inline bool IsOrdinaryIdentifier(const Preset& preset,
                                  const std::string& name) {
-  return Compiles(preset, "int truth_h(void) { int " + name + "; " + name +
-                              " = 2; return " + name + "; }\n");
+  return Compiles(preset, "static int " + name + ";\nint truth_h(void) { int " +
+                              name + "; " + name + " = 2; return " + name +
+                              "; }\n");
 }
 
 }  // namespace tessel_test
