@@ -87,13 +87,38 @@ static void check_cpp_support(TesselGen& tg, const std::string& source,
   std::remove(object.c_str());
 }
 
+// Tells whether the C compiler builds the old-style definition of the C
+// test. One that rejects it (sdcc, compilers in C23 mode) would fail every
+// group and make every candidate a keyword, so the groups then leave it out
+// and test the names as object names only. A file that cannot be written
+// leaves the groups as they are: they cannot be written either.
+static bool accepts_old_style_c(TesselGen& tg, const std::string& source,
+                                const std::string& object) {
+  if (!writeWholeFile(source, PrintTypedefsC("foo"))) {
+    return true;
+  }
+  const bool accepted = compile_test_file(tg, source, object);
+  std::remove(object.c_str());
+  if (!accepted) {
+    const char message[] =
+        "Compiler has limited old-style C support - extension keywords are "
+        "tested by declarations only.";
+    *tg.out << message << std::endl;
+    tg.log.warn(message);
+  }
+  return accepted;
+}
+
 // The source that tests one group: every member as a parameter or
-// function name, then every member as an object name.
+// function name (unless `declarationsOnly`), then every member as an
+// object name.
 static std::string group_source(const TesselGen& tg,
                                 const std::string_view* first,
-                                const std::string_view* last) {
+                                const std::string_view* last,
+                                bool declarationsOnly) {
   std::string text;
-  for (const std::string_view* kw = first; kw != last; ++kw) {
+  for (const std::string_view* kw = first; kw != last && !declarationsOnly;
+       ++kw) {
     if (tg.isC) {
       AppendTypedefsC(text, *kw);
     } else if (!tg.limitedCppSupport) {
@@ -122,7 +147,8 @@ static bool names_a_builtin() {
 // `tg.candidateKeywords`, which the stage does not change.
 static std::vector<std::string_view> run_round(
     TesselGen& tg, const std::vector<std::string_view>& suspects, int groupSize,
-    const std::string& source, const std::string& object) {
+    const std::string& source, const std::string& object,
+    bool declarationsOnly) {
   std::vector<std::string_view> kept;
   const std::size_t size = static_cast<std::size_t>(groupSize);
   for (std::size_t start = 0; start < suspects.size(); start += size) {
@@ -130,7 +156,8 @@ static std::vector<std::string_view> run_round(
     const std::string_view* first = suspects.data() + start;
     const std::string_view* last = suspects.data() + end;
     // A file that cannot be written drops its group untested.
-    if (!writeWholeFile(source, group_source(tg, first, last))) {
+    if (!writeWholeFile(source,
+                        group_source(tg, first, last, declarationsOnly))) {
       continue;
     }
     if (compile_test_file(tg, source, object)) {
@@ -152,8 +179,10 @@ void ScanExtensionKeywords(TesselGen& tg) {
   tg.log.info("Scanning for compiler extension keywords...");
   const std::string source = kTestBase + sourceExtension(tg);
   const std::string object = kTestBase + S_OBJEXT;
+  bool declarationsOnly = false;
   if (tg.isC) {
     tg.limitedCppSupport = false;
+    declarationsOnly = !accepts_old_style_c(tg, source, object);
   } else {
     check_cpp_support(tg, source, object);
   }
@@ -172,7 +201,8 @@ void ScanExtensionKeywords(TesselGen& tg) {
   while (groupSize != 0) {
     tg.log.info("\tNumber is now: " + std::to_string(groupSize));
     if (static_cast<std::size_t>(groupSize) <= suspects.size()) {
-      suspects = run_round(tg, suspects, groupSize, source, object);
+      suspects =
+          run_round(tg, suspects, groupSize, source, object, declarationsOnly);
     }
     groupSize /= 2;
     tg.progressStep();

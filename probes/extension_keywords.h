@@ -33,7 +33,9 @@ void AppendTypedefsCPP(std::string& text, std::string_view kw);
 /// fails alone (without a complaint that it is already declared) into
 /// `tg.extensionKeywordsFound`. For C++ it first sets
 /// `tg.limitedCppSupport` when the compiler cannot build the class and
-/// namespace test. Writes nothing to the personality.
+/// namespace test. For C it first compiles one old-style definition; a
+/// compiler that rejects it gets a warning (console and log) and groups of
+/// object declarations only. Writes nothing to the personality.
 void ScanExtensionKeywords(TesselGen& tg);
 
 #endif  // TESSEL_PROBES_EXTENSION_KEYWORDS_H_

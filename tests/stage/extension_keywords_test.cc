@@ -84,7 +84,9 @@ TEST(ExtensionKeywordsStage, EmptyCandidatesLogEveryRoundAndFindNothing) {
                  "[INFO] \tNumber is now: 4", "[INFO] \tNumber is now: 2",
                  "[INFO] \tNumber is now: 1"}),
             StageLog(run));
-  EXPECT_EQ(0, run.shell.compiles);
+  // The old-style check alone, which leaves no object behind.
+  EXPECT_EQ(1, run.shell.compiles);
+  EXPECT_FALSE(tessel_test::Exists("tmp_cmpext_test.o"));
   EXPECT_TRUE(run.tg->extensionKeywordsFound.empty());
   EXPECT_FALSE(run.tg->limitedCppSupport);
 }
@@ -102,13 +104,13 @@ TEST(ExtensionKeywordsStage, TenSuspectsAreFirstTestedInGroupsOfEightAndTwo) {
   EXPECT_EQ("[INFO] a0", log[2]);
   EXPECT_EQ("[INFO] a9", log[11]);
   EXPECT_EQ(13u, RoundLines(run).size());
-  // Both groups compiled: 4,096 down to 16 only log, 8 tests, the rest
-  // have nothing left to test.
-  EXPECT_EQ(2, run.shell.compiles);
+  // After the old-style check both groups compiled: 4,096 down to 16 only
+  // log, 8 tests, the rest have nothing left to test.
+  EXPECT_EQ(3, run.shell.compiles);
   EXPECT_EQ(
-      "void func8( a8) int a8; {}\nvoid func9( a9) int a9; {}\n"
+      "void func9( a8) int a8; {}\nvoid func10( a9) int a9; {}\n"
       "#ifndef a8\nint a8[1];\n#endif\n#ifndef a9\nint a9[1];\n#endif\n",
-      ReadFile("group2.src"));
+      ReadFile("group3.src"));
   EXPECT_TRUE(run.tg->extensionKeywordsFound.empty());
   EXPECT_FALSE(tessel_test::Exists("stdout.log"));
   EXPECT_FALSE(tessel_test::Exists("stderr.log"));
@@ -124,8 +126,9 @@ TEST(ExtensionKeywordsStage, CGroupWithoutKeywordsCompilesAndIsDroppedWhole) {
   }
   run.tg->candidateKeywords = names;
   ScanExtensionKeywords(*run.tg);
-  // One group of 64 and one of 36 (4,096 down to 128 are skipped).
-  EXPECT_EQ(2, run.shell.compiles);
+  // The old-style check, then one group of 64 and one of 36 (4,096 down
+  // to 128 are skipped).
+  EXPECT_EQ(3, run.shell.compiles);
   EXPECT_TRUE(run.tg->extensionKeywordsFound.empty());
 }
 
@@ -135,12 +138,12 @@ TEST(ExtensionKeywordsStage, KeywordIsFoundByHalvingTheFailedGroups) {
   WriteFakeRules(RulesRejecting("__kw"));
   run.tg->candidateKeywords = {"alpha", "beta", "__kw", "gamma"};
   ScanExtensionKeywords(*run.tg);
-  // 4: one failing group; 2: {__kw, alpha} fails, {beta, gamma} passes;
-  // 1: __kw fails, alpha passes.
-  EXPECT_EQ(5, run.shell.compiles);
+  // The old-style check (func0); 4: one failing group; 2: {__kw, alpha}
+  // fails, {beta, gamma} passes; 1: __kw fails, alpha passes.
+  EXPECT_EQ(6, run.shell.compiles);
   EXPECT_EQ(std::set<std::string>({"__kw"}), run.tg->extensionKeywordsFound);
   EXPECT_EQ(
-      "void func9( alpha) int alpha; {}\n#ifndef alpha\nint alpha[1];\n"
+      "void func10( alpha) int alpha; {}\n#ifndef alpha\nint alpha[1];\n"
       "#endif\n",
       ReadFile("tmp_cmpext_test.c"));
   EXPECT_EQ(std::string("\nScanning for compiler extension keywords...\n") +
@@ -158,9 +161,9 @@ TEST(ExtensionKeywordsStage, CandidateAlreadyDeclaredIsIgnoredAsBuiltin) {
     WriteFakeRules(std::string("has __bi && fail \"") + message + "\"\n");
     run.tg->candidateKeywords = {"__bi", "other"};
     ScanExtensionKeywords(*run.tg);
-    // The group of two fails with the message and goes on; alone, the
-    // message marks the name as a built-in.
-    EXPECT_EQ(3, run.shell.compiles) << message;
+    // After the old-style check, the group of two fails with the message
+    // and goes on; alone, the message marks the name as a built-in.
+    EXPECT_EQ(4, run.shell.compiles) << message;
     EXPECT_NE(std::string::npos,
               run.console.str().find("~[ 92%]~ignoring builtin: __bi\n~[100%]"))
         << run.console.str();
@@ -194,9 +197,10 @@ TEST(ExtensionKeywordsStage, CppGroupsUseTheNamespaceTestNumberedAfterCheck) {
       "0) ); }\n"
       "#ifndef k1\nint k1[1];\n#endif\n#ifndef k2\nint k2[1];\n#endif\n",
       ReadFile("tmp_cmpext_test.cpp"));
-  // The support check and the one group of two.
+  // The support check and the one group of two; the C old-style check
+  // does not run for C++.
   EXPECT_EQ(2, run.shell.compiles);
-  EXPECT_EQ(std::string::npos, run.console.str().find("limited C++"));
+  EXPECT_EQ(std::string::npos, run.console.str().find("limited"));
 }
 
 TEST(ExtensionKeywordsStage, LimitedCppSupportLeavesOnlyTheObjectNames) {
@@ -237,7 +241,9 @@ TEST(ExtensionKeywordsStage, PassMarkerWithoutObjectCountsAsCompiled) {
   WriteFakeRules("no_output\n");
   run.tg->candidateKeywords = {"__kw"};
   ScanExtensionKeywords(*run.tg);
-  EXPECT_EQ(1, run.shell.compiles);
+  // The old-style check and the group, both passed by the marker.
+  EXPECT_EQ(2, run.shell.compiles);
+  EXPECT_EQ(std::string::npos, run.console.str().find("limited"));
   EXPECT_TRUE(run.tg->extensionKeywordsFound.empty());
 }
 
@@ -260,5 +266,65 @@ TEST(ExtensionKeywordsStage, CandidatesAreLeftUnchanged) {
   ScanExtensionKeywords(*run.tg);
   EXPECT_EQ(std::set<std::string>({"__kw", "x"}), run.tg->candidateKeywords);
   EXPECT_EQ(std::set<std::string>({"__kw"}), run.tg->extensionKeywordsFound);
-  EXPECT_EQ(3u, FakeInvocations().size());
+  // The old-style check, the group of two, and each alone.
+  EXPECT_EQ(4u, FakeInvocations().size());
+}
+
+TEST(ExtensionKeywordsStage, OldStyleCAcceptedKeepsTheDefinitionsInTheGroups) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  // The fake keeps a copy of every source, failed or not.
+  WriteFakeRules("cp \"$FAKE_SRC\" \"group$(wc -l < fakecc.argv).src\"\n" +
+                 RulesRejecting("__kw"));
+  run.tg->candidateKeywords = {"__kw", "other"};
+  ScanExtensionKeywords(*run.tg);
+  EXPECT_EQ("void func0( foo) int foo; {}\n", ReadFile("group1.src"));
+  EXPECT_EQ(
+      "void func1( __kw) int __kw; {}\nvoid func2( other) int other; {}\n"
+      "#ifndef __kw\nint __kw[1];\n#endif\n#ifndef other\nint other[1];\n"
+      "#endif\n",
+      ReadFile("group2.src"));
+  EXPECT_EQ(std::string("\nScanning for compiler extension keywords...\n") +
+                kThirteenSteps,
+            run.console.str());
+  std::vector<std::string> log = StageLog(run);
+  ASSERT_GE(log.size(), 2u);
+  EXPECT_EQ("[INFO] All 2 keywords to be tested:", log[1]);
+  EXPECT_EQ(std::set<std::string>({"__kw"}), run.tg->extensionKeywordsFound);
+}
+
+// A compiler that rejects old-style definitions (as sdcc does) would fail
+// every group; the groups then hold the object declarations alone, and
+// only the real keyword is found.
+TEST(ExtensionKeywordsStage, OldStyleCRejectedTestsByDeclarationsOnly) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(
+      "cp \"$FAKE_SRC\" \"group$(wc -l < fakecc.argv).src\"\n"
+      "has ') int ' && fail \"error 7: Old style C declaration\"\n"
+      "has __data && fail \"error: syntax error: token -> '__data'\"\n");
+  run.tg->candidateKeywords = {"__data", "printf", "size_t"};
+  ScanExtensionKeywords(*run.tg);
+  EXPECT_EQ(std::string("\nScanning for compiler extension keywords...\n"
+                        "Compiler has limited old-style C support - extension "
+                        "keywords are tested by declarations only.\n") +
+                kThirteenSteps,
+            run.console.str());
+  std::vector<std::string> log = StageLog(run);
+  ASSERT_GE(log.size(), 3u);
+  EXPECT_EQ(
+      "[WARN] Compiler has limited old-style C support - extension keywords "
+      "are tested by declarations only.",
+      log[1]);
+  EXPECT_EQ("[INFO] All 3 keywords to be tested:", log[2]);
+  EXPECT_EQ("void func0( foo) int foo; {}\n", ReadFile("group1.src"));
+  // Groups of 2 and 1, then each member of the failed group alone.
+  EXPECT_EQ(
+      "#ifndef __data\nint __data[1];\n#endif\n#ifndef printf\nint "
+      "printf[1];\n#endif\n",
+      ReadFile("group2.src"));
+  EXPECT_EQ("#ifndef size_t\nint size_t[1];\n#endif\n", ReadFile("group3.src"));
+  EXPECT_EQ("#ifndef printf\nint printf[1];\n#endif\n", ReadFile("group5.src"));
+  EXPECT_EQ(5, run.shell.compiles);
+  EXPECT_EQ(std::set<std::string>({"__data"}), run.tg->extensionKeywordsFound);
 }
