@@ -20,7 +20,10 @@ usage() {
   sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'
 }
 
-presets="gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc"
+# The presets: one line each in scripts/presets.tsv (its header says what
+# the fields hold).
+table=$top/scripts/presets.tsv
+presets=$(awk -F'\t' '!/^#/ && NF && $1 != "name" { printf "%s%s", sep, $1; sep = " " }' "$table")
 
 # Prints the directories that a gcc-like compiler searches for <...> headers.
 gcc_like_dirs() {  # compiler language [switches...]
@@ -33,56 +36,69 @@ gcc_like_dirs() {  # compiler language [switches...]
     done
 }
 
-sdcc_dirs() {  # the include directories of sdcc for the mcs51 port
-  sdcc -mmcs51 --print-search-dirs 2>/dev/null |
+sdcc_dirs() {  # compiler [switches...]: the include directories of the port
+  "$@" --print-search-dirs 2>/dev/null |
     sed -n '/^includedir:/,/^[a-z]*dir:/p' | sed '1d;$d' | while read -r d; do
       [ -d "$d" ] && (cd "$d" && pwd)
     done
 }
 
-tcc_dirs() {
-  tcc -vv 2>/dev/null | sed -n '/^include:/,/^[a-z]/p' | sed '1d' | grep '^ ' |
+tcc_dirs() {  # compiler
+  "$1" -vv 2>/dev/null | sed -n '/^include:/,/^[a-z]/p' | sed '1d' | grep '^ ' |
     sed 's/^ *//' | while read -r d; do
       [ -d "$d" ] && (cd "$d" && pwd)
     done
 }
 
+pcc_dirs() {  # compiler: the "-S" directories it passes to its preprocessor
+  "$1" -v -E -xc /dev/null 2>/dev/null | sed -n 's/^Calling //p' | tr ' ' '\n' |
+    sed -n '/^-S$/{n;p}' | while read -r d; do
+      [ -d "$d" ] && (cd "$d" && pwd)
+    done
+}
+
+standard_dirs() {  # /dir[:/dir...]: the ones that exist
+  tr ':' '\n' <<<"$1" | while read -r d; do
+    [ -d "$d" ] && (cd "$d" && pwd)
+  done
+}
+
 # Sets ARGS to the positionals and options of a preset.
 preset_args() {
-  local name=$1 product cross cc ext=.o lang=c dirs switches=()
-  case "$name" in
-    gcc) product=vellc cross=cmp cc=gcc switches=(-fno-diagnostics-show-caret) ;;
-    g++) product=vellcpp cross=cmp cc=g++ lang=c++ switches=(-fno-diagnostics-show-caret) ;;
-    clang) product=vellc cross=cmp cc=clang switches=(-fno-caret-diagnostics) ;;
-    clang++) product=vellcpp cross=cmp cc=clang++ lang=c++ switches=(-fno-caret-diagnostics) ;;
-    tcc) product=vellc cross=cmp cc=tcc ;;
-    sdcc) product=vellc cross=ccmp cc=sdcc ext=.rel switches=(-mmcs51) ;;
-    avr-gcc) product=vellc cross=ccmp cc=avr-gcc
-      switches=("-mmcu=atmega328p -fno-diagnostics-show-caret") ;;
-    arm-none-eabi-gcc) product=vellc cross=ccmp cc=arm-none-eabi-gcc
-      switches=("-mcpu=cortex-m4 -mthumb -fno-diagnostics-show-caret") ;;
-    *) echo "Unknown preset: $name (known presets: $presets)" >&2; exit 2 ;;
-  esac
+  local name=$1 row product cross cc out compile define ext order switches
+  local headers lang=c dirs sw
+  row=$(awk -F'\t' -v name="$name" '!/^#/ && $1 == name && name != "name"' "$table")
+  if [ -z "$row" ]; then
+    echo "Unknown preset: $name (known presets: $presets)" >&2
+    exit 2
+  fi
+  IFS=$'\t' read -r _ product cross cc out compile define ext order switches headers <<<"$row"
+  [ "$product" = vellcpp ] && lang=c++
+  [ "$switches" = - ] && switches=
   if ! command -v "$cc" >/dev/null 2>&1; then
     echo "Compiler not found for preset $name: $cc is not on PATH" >&2
     exit 3
   fi
-  case "$name" in
-    sdcc) dirs=$(sdcc_dirs) ;;
-    tcc) dirs=$(tcc_dirs) ;;
-    *) dirs=$(gcc_like_dirs "$cc" "$lang" ${switches[0]:+${switches[0]}}) ;;
+  # The switches go to the compiler as separate words, as in a compile.
+  read -r -a sw <<<"$switches"
+  case "$headers" in
+    gcc) dirs=$(gcc_like_dirs "$cc" "$lang" "${sw[@]}") ;;
+    sdcc) dirs=$(sdcc_dirs "$cc" "${sw[@]}") ;;
+    tcc) dirs=$(tcc_dirs "$cc") ;;
+    pcc) dirs=$(pcc_dirs "$cc") ;;
+    /*) dirs=$(standard_dirs "$headers") ;;
   esac
   if [ -z "$dirs" ]; then
     echo "Could not learn the header directories of $cc" >&2
     exit 3
   fi
-  ARGS=("$product" "$cross" "$cc" "-o " "-c" "-D" "$ext" "%c %j %d%s %o%e")
-  local d s
+  ARGS=("$product" "$cross" "$cc" "$out" "$compile" "$define" "$ext" "$order")
+  local d
   # The same directory can be listed twice (through ".." or a symbolic
   # spelling); keep the first.
   dirs=$(awk '!seen[$0]++' <<<"$dirs")
   while read -r d; do ARGS+=(-i "$d"); done <<<"$dirs"
-  for s in "${switches[@]}"; do ARGS+=(-xs "$s"); done
+  [ -z "$switches" ] || ARGS+=(-xs "$switches")
 }
 
 verify=(-verify)

@@ -61,7 +61,8 @@ TEST(RunScript, UnknownPresetStopsWithTheListOfPresets) {
   EXPECT_EQ("", result.out);
   EXPECT_EQ(
       "Unknown preset: nosuch (known presets: gcc g++ clang clang++ tcc sdcc "
-      "avr-gcc arm-none-eabi-gcc)\n",
+      "avr-gcc arm-none-eabi-gcc pcc cc65 x86_64-w64-mingw32-gcc "
+      "powerpc-linux-gnu-gcc gcc-m32)\n",
       result.err);
 }
 
@@ -69,8 +70,10 @@ TEST(RunScript, ListsThePresets) {
   ScratchDir scratch;
   ProcessResult result = RunProcess(RunScript("--list"));
   EXPECT_EQ(0, result.exitCode);
-  EXPECT_EQ("gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc\n",
-            result.out);
+  EXPECT_EQ(
+      "gcc g++ clang clang++ tcc sdcc avr-gcc arm-none-eabi-gcc pcc cc65 "
+      "x86_64-w64-mingw32-gcc powerpc-linux-gnu-gcc gcc-m32\n",
+      result.out);
 }
 
 // Each run works in a directory of its own, with "config" beside it and
@@ -124,4 +127,56 @@ TEST(RunScript, EachRunGetsAFreshDirectoryLaidOutForTheTool) {
     shipped += name + " ";
   }
   EXPECT_EQ("config: " + shipped, seen[3]);
+}
+
+// The presets come from scripts/presets.tsv beside the script: a copy of
+// the script with a table of its own runs that table's presets.
+TEST(RunScript, PresetsAreReadFromTheTableBesideTheScript) {
+  ScratchDir scratch;
+  ASSERT_EQ(0, RunProcess("mkdir -p top/scripts top/inc_a top/inc_b && cp " +
+                          ShellQuote(std::string(tessel_test::kSourceDir) +
+                                     "/scripts/run.sh") +
+                          " top/scripts/")
+                   .exitCode);
+  WriteFile("top/scripts/presets.tsv",
+            "# a comment line\n"
+            "name\tproduct\tmode\tcompiler\toutput\tcompile\tdefine\tobject\t"
+            "order\tswitches\theaders\n"
+            "fake\tvellcpp\tccmp\t" +
+                std::string(tessel_test::kFakeCc) +
+                "\t-o \t-c\t-D\t.rel\t%c %j %d%o%e %s\t-m1 -m2\t" +
+                scratch.work() + "/top/inc_a:/nowhere:" + scratch.work() +
+                "/top/inc_b\n"
+                "plain\tvellc\tcmp\t" +
+                tessel_test::kFakeCc +
+                "\t-o \t-c\t-D\t.o\t%c %j %d%s %o%e\t-\t" + scratch.work() +
+                "/top/inc_a\n"
+                "missing\tvellc\tcmp\tno-such-compiler-zorv\t-o \t-c\t-D\t.o\t"
+                "%c %j %d%s %o%e\t-\t/usr/include\n");
+
+  ProcessResult list = RunProcess("bash top/scripts/run.sh --list");
+  EXPECT_EQ("fake plain missing\n", list.out);
+  ProcessResult fake = RunProcess("bash top/scripts/run.sh --args fake");
+  EXPECT_EQ(0, fake.exitCode) << fake.err;
+  EXPECT_EQ("vellcpp\nccmp\n" + std::string(tessel_test::kFakeCc) +
+                "\n-o \n-c\n-D\n.rel\n%c %j %d%o%e %s\n-i\n" + scratch.work() +
+                "/top/inc_a\n-i\n" + scratch.work() +
+                "/top/inc_b\n-xs\n-m1 "
+                "-m2\n",
+            fake.out);
+  ProcessResult plain = RunProcess("bash top/scripts/run.sh --args plain");
+  EXPECT_EQ("vellc\ncmp\n" + std::string(tessel_test::kFakeCc) +
+                "\n-o \n-c\n-D\n.o\n%c %j %d%s %o%e\n-i\n" + scratch.work() +
+                "/top/inc_a\n",
+            plain.out);
+  ProcessResult missing = RunProcess("bash top/scripts/run.sh missing");
+  EXPECT_EQ(3, missing.exitCode);
+  EXPECT_EQ(
+      "Compiler not found for preset missing: no-such-compiler-zorv is not "
+      "on PATH\n",
+      missing.err);
+  ProcessResult header = RunProcess("bash top/scripts/run.sh --args name");
+  EXPECT_EQ(2, header.exitCode);
+  EXPECT_EQ("Unknown preset: name (known presets: fake plain missing)\n",
+            header.err);
 }
