@@ -9,11 +9,16 @@ set -uo pipefail
 command -v apt-get >/dev/null 2>&1 || exit 0
 [ "$(id -u)" = 0 ] || exit 0
 
-packages=(cmake ninja-build g++ gcc clang libclang-rt-dev libgtest-dev
-  sdcc gcc-avr avr-libc gcc-arm-none-eabi libnewlib-arm-none-eabi tcc
-  gcc-multilib g++-multilib)
-# The tools the exports are checked with, and cc65 whose headers they read.
-packages+=(clangd cppcheck cc65 python3)
+# The compilers are those of every preset in scripts/presets.tsv. The
+# versioned multilib packages give "gcc -m32" without the gcc-multilib meta
+# package, which conflicts with every gcc-*-linux-gnu cross compiler.
+# clangd, cppcheck and python3 are what the export tests feed; clang's
+# fuzzing runtime comes with libclang-rt-dev.
+packages=(cmake ninja-build g++ gcc clang clang-format libclang-rt-dev
+  libgtest-dev python3
+  sdcc gcc-avr avr-libc gcc-arm-none-eabi libnewlib-arm-none-eabi tcc pcc cc65
+  gcc-12-multilib g++-12-multilib gcc-powerpc-linux-gnu libc6-dev-powerpc-cross
+  gcc-mingw-w64-x86-64 clangd cppcheck)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
