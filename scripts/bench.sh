@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
-# Times a whole run of the gcc preset, stage by stage.
+# Times whole runs of the presets.
 #
-#   scripts/bench.sh [PRESET] [RUNS]        defaults: gcc, 3 runs
+#   scripts/bench.sh                        every installed preset once (gcc
+#                                           three times, the median), one
+#                                           line each
+#   scripts/bench.sh PRESET [RUNS]          one preset stage by stage
+#                                           (default 3 runs)
 #
 # Builds the benchmark binary (tests/bench/run_bench.cc, a TesselGen that
 # records per stage its wall time, its compiles and the time spent inside
-# the commands it starts), runs the preset RUNS times through
-# scripts/run.sh, and prints per stage the median wall time and compiles,
-# and the total. It then sets the tool's own time (outside the commands,
-# less writing the compile scripts) against the cost of the compile script
-# mechanism, which each run times after it ends with an empty command.
+# the commands it starts) and runs the presets with it through
+# scripts/run.sh. Without arguments it prints per preset the compiles, the
+# time of the whole run and the time per compile. With a preset, it prints
+# per stage the median wall time and compiles, and the total, and then sets
+# the tool's own time (outside the commands, less writing the compile
+# scripts) against the cost of the compile script mechanism, which each run
+# times after it ends with an empty command.
 # The run directories go to a temporary directory that is removed at the
 # end (set TESSEL_KEEP_RUNS=1 to keep them).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
-preset=${1:-gcc}
-runs=${2:-3}
 
 cmake -S "$top" -B "$top/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$top/build" --target run_bench -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
@@ -27,22 +31,59 @@ runs_dir=$(mktemp -d "${TMPDIR:-/tmp}/tessel_bench.XXXXXX")
 keep=${TESSEL_KEEP_RUNS:-0}
 trap '[ "$keep" = 1 ] || rm -rf "$runs_dir"' EXIT
 
+# Runs PRESET RUNS times and appends the stage tables to `tables`.
+bench_runs() {  # preset runs
+  local i out dir
+  for ((i = 1; i <= $2; i++)); do
+    echo "Run $i of $2: $1" >&2
+    out=$(TESSEL_BINARY=$binary TESSEL_RUNS_DIR=$runs_dir "$top/scripts/run.sh" "$1")
+    dir=$(sed -n 's/^Run directory: *//p' <<<"$out")
+    if [ ! -f "$dir/bench_stages.tsv" ]; then
+      echo "Run $i left no stage table; its output ends with:" >&2
+      tail -20 <<<"$out" >&2
+      keep=1
+      exit 1
+    fi
+    tables+=("$dir/bench_stages.tsv")
+  done
+}
+
+machine() {
+  echo "$(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?')"
+}
+
+if [ $# -eq 0 ]; then
+  # Every preset whose compiler is installed: its "total" row, the median
+  # of the runs by wall time.
+  rows=()
+  for preset in $("$top/scripts/run.sh" --list); do
+    if ! "$top/scripts/run.sh" --args "$preset" >/dev/null 2>&1; then
+      rows+=("$(printf '%-24s %9s %10s %15s' "$preset" - - "not installed")")
+      continue
+    fi
+    tables=()
+    runs=1
+    [ "$preset" = gcc ] && runs=3
+    bench_runs "$preset" "$runs"
+    rows+=("$(awk -F'\t' '$1 == "total" { print $2, $3 }' "${tables[@]}" |
+      sort -n | awk -v name="$preset" '{ w[NR] = $1; c[NR] = $2 }
+        END { m = int((NR + 1) / 2)
+          printf "%-24s %9d %10.1f %15.1f", name, c[m], w[m], c[m] ? 1000 * w[m] / c[m] : 0 }')")
+  done
+  echo
+  echo "Every installed preset, one run each, gcc the median of three ($(machine))"
+  printf '%-24s %9s %10s %15s\n' preset compiles "time (s)" "per compile (ms)"
+  printf '%s\n' "${rows[@]}"
+  exit 0
+fi
+
+preset=$1
+runs=${2:-3}
 tables=()
-for ((i = 1; i <= runs; i++)); do
-  echo "Run $i of $runs: $preset" >&2
-  out=$(TESSEL_BINARY=$binary TESSEL_RUNS_DIR=$runs_dir "$top/scripts/run.sh" "$preset")
-  dir=$(sed -n 's/^Run directory: *//p' <<<"$out")
-  if [ ! -f "$dir/bench_stages.tsv" ]; then
-    echo "Run $i left no stage table; its output ends with:" >&2
-    tail -20 <<<"$out" >&2
-    keep=1
-    exit 1
-  fi
-  tables+=("$dir/bench_stages.tsv")
-done
+bench_runs "$preset" "$runs"
 
 echo
-echo "Preset $preset, median of $runs runs ($(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?'))"
+echo "Preset $preset, median of $runs runs ($(machine))"
 # Per stage, in the order of the first table: the median of each column.
 keep_asked=$keep
 keep=1
