@@ -20,7 +20,7 @@
 
 namespace tessel_test {
 
-/// One preset of scripts/run.sh, as "run.sh --args" prints it.
+/// One preset of scripts/run.sh, as scripts/presets.tsv describes it.
 struct Preset {
   /// The preset's name ("gcc", "sdcc", ...).
   std::string name;
@@ -30,40 +30,81 @@ struct Preset {
   bool isC = true;
   /// True when the preset declares a cross compiler ("ccmp").
   bool cross = false;
+  /// The output, compile-only and define flags (positionals 4 to 6).
+  std::string outputFlag;
+  std::string compileFlag;
+  std::string defineFlag;
   /// The object extension, positional 7.
   std::string objExt;
-  /// The "-i" directories, in the order the preset passes them.
-  std::vector<std::string> dirs;
+  /// The compiler order string, positional 8.
+  std::string order;
+  /// How run.sh finds the header directories: "gcc", "tcc", "sdcc", "pcc",
+  /// or standard locations "/dir[:/dir...]".
+  std::string headers;
   /// The "-xs" switches, each as one string (may hold blanks).
   std::vector<std::string> switches;
-  /// Every argument, positionals first, as TesselGen receives them.
-  std::vector<std::string> args;
 };
 
-/// Reads the preset `name` from "scripts/run.sh --args"; `name` stays empty
-/// in the result when the script refuses it.
+/// The fields of the table's line for `name`, or an empty list when the
+/// table has no such preset. Lines starting with "#" and the header line
+/// ("name ...") are not presets.
+inline std::vector<std::string> PresetFields(const std::string& name) {
+  const std::string table = std::string(kSourceDir) + "/scripts/presets.tsv";
+  for (const std::string& line : Lines(ReadFile(table))) {
+    std::vector<std::string> fields;
+    std::string::size_type start = 0;
+    for (;;) {
+      std::string::size_type tab = line.find('\t', start);
+      fields.push_back(line.substr(start, tab - start));
+      if (tab == std::string::npos) {
+        break;
+      }
+      start = tab + 1;
+    }
+    if (line.empty() || line[0] == '#' || fields[0] == "name") {
+      continue;
+    }
+    if (fields[0] == name) {
+      return fields;
+    }
+  }
+  return {};
+}
+
+/// The names of the presets in scripts/presets.tsv, in its order.
+inline std::vector<std::string> PresetNames() {
+  const std::string table = std::string(kSourceDir) + "/scripts/presets.tsv";
+  std::vector<std::string> names;
+  for (const std::string& line : Lines(ReadFile(table))) {
+    std::string name = line.substr(0, line.find('\t'));
+    if (!line.empty() && line[0] != '#' && name != "name") {
+      names.push_back(name);
+    }
+  }
+  return names;
+}
+
+/// Reads the preset `name` from scripts/presets.tsv; `name` stays empty in
+/// the result when the table has no such preset or its line is short.
 inline Preset LoadPreset(const std::string& name) {
   Preset preset;
-  ProcessResult args = RunProcess(
-      "bash " + ShellQuote(std::string(kSourceDir) + "/scripts/run.sh") +
-      " --args " + ShellQuote(name));
-  std::vector<std::string> lines = Lines(args.out);
-  if (args.exitCode != 0 || lines.size() < 8) {
+  std::vector<std::string> fields = PresetFields(name);
+  if (name.empty() || fields.size() != 11) {
     return preset;
   }
   preset.name = name;
-  preset.args = lines;
-  preset.isC = lines[0] == "vellc";
-  preset.cross = lines[1] == "ccmp";
-  preset.compiler = lines[2];
-  preset.objExt = lines[6];
-  for (size_t i = 8; i + 1 < lines.size(); i += 2) {
-    if (lines[i] == "-i") {
-      preset.dirs.push_back(lines[i + 1]);
-    } else if (lines[i] == "-xs") {
-      preset.switches.push_back(lines[i + 1]);
-    }
+  preset.isC = fields[1] == "vellc";
+  preset.cross = fields[2] == "ccmp";
+  preset.compiler = fields[3];
+  preset.outputFlag = fields[4];
+  preset.compileFlag = fields[5];
+  preset.defineFlag = fields[6];
+  preset.objExt = fields[7];
+  preset.order = fields[8];
+  if (fields[9] != "-") {
+    preset.switches.push_back(fields[9]);
   }
+  preset.headers = fields[10];
   return preset;
 }
 
@@ -83,9 +124,16 @@ inline std::string CompilerCommand(const Preset& preset) {
 inline bool Compiles(const Preset& preset, const std::string& source) {
   const std::string file = preset.isC ? "truth.c" : "truth.cpp";
   WriteFile(file, source);
-  return RunProcess(CompilerCommand(preset) + " -c " + file + " -o truth" +
-                    preset.objExt)
+  return RunProcess(CompilerCommand(preset) + " " + preset.compileFlag + " " +
+                    preset.outputFlag + "truth" + preset.objExt + " " + file)
              .exitCode == 0;
+}
+
+/// A declaration that compiles only when the constant expression `claim`
+/// holds: an array of size 1, or of size -1 when it does not. Written
+/// without "?:", which cc65 does not take as a constant.
+inline std::string Assertion(const std::string& claim) {
+  return "typedef char truth_t[1 - 2 * !(" + claim + ")];\n";
 }
 
 /// The smallest `n` in 1..64 for which `claim`, with "NUM" replaced by
@@ -98,8 +146,7 @@ inline int SmallestSatisfying(const Preset& preset, const std::string& prefix,
   auto holds = [&](int n) {
     std::string expression = claim;
     expression.replace(expression.find("NUM"), 3, std::to_string(n));
-    return Compiles(preset, prefix + "typedef char truth_t[(" + expression +
-                                ") ? 1 : -1];\n");
+    return Compiles(preset, prefix + Assertion(expression));
   };
   int low = 1;
   int high = 64;
@@ -117,15 +164,23 @@ inline int SmallestSatisfying(const Preset& preset, const std::string& prefix,
   return low;
 }
 
-/// Which of `candidates` (type spellings) the type of expression `value`
-/// is, asked with _Generic in C and a template specialisation in C++, after
-/// `prefix`; empty when none is.
+/// Which of `candidates` (type spellings) the type `name` is, asked with
+/// _Generic in C and a template specialisation in C++, after `prefix`;
+/// empty when none is. A C compiler without _Generic (cc65) is asked
+/// whether an object declared with `name` may be declared again with the
+/// candidate, which only the same type allows.
 inline std::string TypeOf(const Preset& preset, const std::string& prefix,
-                          const std::string& value,
+                          const std::string& name,
                           const std::vector<std::string>& candidates) {
+  const std::string value = "(" + name + ")0";
+  const bool generic =
+      !preset.isC ||
+      Compiles(preset, "typedef char truth_t[_Generic(1, int: 1)];\n");
   for (const std::string& type : candidates) {
     std::string test;
-    if (preset.isC) {
+    if (!generic) {
+      test = "extern " + name + " truth_v;\nextern " + type + " truth_v;\n";
+    } else if (preset.isC) {
       test = "typedef char truth_t[_Generic((" + value + "), " + type +
              ": 1, default: -1)];\n";
     } else {
@@ -164,6 +219,35 @@ inline std::map<std::string, std::string> PredefinedMacros(
   return macros;
 }
 
+/// For a compiler that cannot list its macros: which of `names` it
+/// predefines, name to value, asked from its preprocessor ("-E") with one
+/// "#ifdef" per name. The value comes out expanded.
+inline std::map<std::string, std::string> PreprocessedMacros(
+    const Preset& preset, const std::set<std::string>& names) {
+  std::vector<std::string> numbered(names.begin(), names.end());
+  std::string source;
+  for (size_t i = 0; i < numbered.size(); ++i) {
+    // The line's number stands for the name, which would be expanded.
+    source += "#ifdef " + numbered[i] + "\n@" + std::to_string(i) + "@ " +
+              numbered[i] + "\n#endif\n";
+  }
+  WriteFile("truth_macros.c", source);
+  RunProcess(CompilerCommand(preset) + " -E -o truth_macros.i truth_macros.c");
+  std::map<std::string, std::string> macros;
+  for (const std::string& line : Lines(ReadFile("truth_macros.i"))) {
+    std::string::size_type at = line.find('@');
+    std::string::size_type end = line.find("@ ", at + 1);
+    if (at == std::string::npos || end == std::string::npos) {
+      continue;
+    }
+    size_t index = std::stoul(line.substr(at + 1, end - at - 1));
+    if (index < numbered.size()) {
+      macros[numbered[index]] = line.substr(end + 2);
+    }
+  }
+  return macros;
+}
+
 /// The lines of `text` after the line `first` up to the next line for which
 /// `last` holds, with leading blanks removed.
 template <typename IsLast>
@@ -186,19 +270,74 @@ std::vector<std::string> LinesBetween(const std::string& text,
   return found;
 }
 
+/// True when the preset's compiler finds a header of `dir` by its name in
+/// angle brackets: a directory it searches. Tried with the headers directly
+/// in `dir`, in name order, until one compiles alone (some only compile
+/// for another target).
+inline bool FindsHeaderOf(const Preset& preset, const std::string& dir) {
+  std::error_code ec;
+  std::set<std::string> headers;
+  for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) {
+    if (entry.is_regular_file(ec) && entry.path().extension() == ".h") {
+      headers.insert(entry.path().filename().string());
+    }
+  }
+  for (const std::string& header : headers) {
+    if (Compiles(preset, "#include <" + header + ">\nint truth_x;\n")) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// The directories that pcc hands its preprocessor with "-S" (its verbose
+/// listing names the preprocessor command it calls).
+inline std::vector<std::string> PccSearchList(const Preset& preset) {
+  std::vector<std::string> listed;
+  for (const std::string& line :
+       Lines(RunProcess(preset.compiler + " -v -E -xc /dev/null").out)) {
+    if (line.compare(0, 8, "Calling ") != 0) {
+      continue;
+    }
+    std::string::size_type at = 0;
+    while ((at = line.find(" -S ", at)) != std::string::npos) {
+      at += 4;
+      listed.push_back(line.substr(at, line.find(' ', at) - at));
+    }
+  }
+  return listed;
+}
+
 /// The compiler's "#include <...>" search list as it prints it (verbose
 /// listing for gcc-like compilers, "-vv" for tcc, "--print-search-dirs"
-/// for sdcc), each directory with its "." and ".." steps resolved (as
+/// for sdcc, the preprocessor's "-S" options for pcc), or for a compiler
+/// that prints none the standard locations of the preset that it finds
+/// headers in; each directory with its "." and ".." steps resolved (as
 /// "cd DIR && pwd" does; symbolic links stay) and listed once.
 inline std::vector<std::string> SearchList(const Preset& preset) {
   std::vector<std::string> listed;
-  if (preset.compiler == "tcc") {
-    listed = LinesBetween(RunProcess("tcc -vv").out, "include:",
+  if (preset.headers == "tcc") {
+    listed = LinesBetween(RunProcess(preset.compiler + " -vv").out, "include:",
                           [](const std::string& l) { return l[0] != ' '; });
-  } else if (preset.compiler == "sdcc") {
+  } else if (preset.headers == "sdcc") {
     listed = LinesBetween(
         RunProcess(CompilerCommand(preset) + " --print-search-dirs").out,
         "includedir:", [](const std::string& l) { return l.back() == ':'; });
+  } else if (preset.headers == "pcc") {
+    listed = PccSearchList(preset);
+  } else if (!preset.headers.empty() && preset.headers[0] == '/') {
+    std::string::size_type start = 0;
+    for (;;) {
+      std::string::size_type colon = preset.headers.find(':', start);
+      std::string dir = preset.headers.substr(start, colon - start);
+      if (FindsHeaderOf(preset, dir)) {
+        listed.push_back(dir);
+      }
+      if (colon == std::string::npos) {
+        break;
+      }
+      start = colon + 1;
+    }
   } else {
     listed = LinesBetween(
         RunProcess(CompilerCommand(preset) + " -x " +
