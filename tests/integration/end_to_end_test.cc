@@ -190,6 +190,11 @@ Specified SpecifiedFor(const std::string& name) {
     specified.bits["double"] = 64;
     specified.align["float"] = 8;
     specified.align["double"] = 8;
+  } else if (name == "x86_64-w64-mingw32-gcc") {
+    // The 80-bit x87 long double, stored in 16 bytes, is found by its
+    // "FB 3F 00 00" pattern, which the cross method reads as 96 bits (as
+    // for gcc declared a cross compiler).
+    specified.bits["ldouble"] = 96;
   } else if (name == "avr-gcc") {
     // The only header that avr-gcc's own directory shares with avr-libc's
     // is stdint.h, whose error names both copies (gcc's wraps avr-libc's

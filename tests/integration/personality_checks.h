@@ -356,11 +356,15 @@ inline void ExpectTypes(const Preset& preset, const Personality& p,
   }
 }
 
-// True when the compiler refuses `name` as the name of an object, alone in
-// a file: the compiler treats it as a keyword (or a type name).
+// True when the compiler refuses `name` as an ordinary name, alone in a
+// file: as the name of an object or of a parameter (tcc takes
+// "int __asm[1];" but not a parameter "__asm"). The compiler treats it as
+// a keyword or a name of its own.
 inline bool RefusedAsName(const Preset& preset, const std::string& name) {
   return !Compiles(preset, "#ifndef " + name + "\nint " + name +
-                               "[1];\n#endif\nint truth_other;\n");
+                               "[1];\n#endif\nint truth_other;\n") ||
+         !Compiles(preset, "#ifndef " + name + "\nvoid truth_f(int " + name +
+                               ") { (void)" + name + "; }\n#endif\n");
 }
 
 // Keyword lines: every name the keyword stage replaces is one the compiler
