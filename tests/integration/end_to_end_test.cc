@@ -119,11 +119,9 @@ Strings CppLibraryOrder(const Strings& e) {
   return e.size() == 6 ? Strings{e[0], e[4], e[2], e[5], e[1], e[3]} : e;
 }
 
-// What the specified method gives where it differs from the compiler, per
-// preset; a preset without an entry is expected to come out as its
-// compiler says.
-Specified SpecifiedFor(const std::string& name) {
-  Specified specified;
+// The cases of the native presets where the specified method gives
+// another answer than the compiler.
+void NativeCases(const std::string& name, Specified& specified) {
   if (name == "gcc" || name == "tcc") {
     // gcc searches its own directory first, but the one header it shares
     // with /usr/include (limits.h) holds only macros, so the "int x[" error
@@ -152,7 +150,21 @@ Specified SpecifiedFor(const std::string& name) {
     specified.order = [](const Strings& e) {
       return e.size() == 6 ? WithClangLinks(CppLibraryOrder(e), e[3]) : e;
     };
-  } else if (name == "sdcc") {
+  } else if (name == "pcc") {
+    // pcc names the main file, not the header, in an error ("t.c, line
+    // 2: syntax error"), so no header reveals its directory and every
+    // pair stays undecided: the directories keep their name order.
+    specified.order = [](const Strings& e) {
+      Strings sorted = e;
+      std::sort(sorted.begin(), sorted.end());
+      return sorted;
+    };
+  }
+}
+
+// The same for the cross presets.
+void CrossCases(const std::string& name, Specified& specified) {
+  if (name == "sdcc") {
     // sdcc searches its port directory (mcs51) before the common one, but
     // the two share no header name, so they come out in name order.
     specified.order = [](const Strings& e) {
@@ -172,15 +184,6 @@ Specified SpecifiedFor(const std::string& name) {
                           "__using",  "__critical", "__naked",    "__reentrant",
                           "__banked", "__near",     "__far",      "__asm",
                           "__endasm", "__wparam",   "__nonbanked"};
-  } else if (name == "pcc") {
-    // pcc names the main file, not the header, in an error ("t.c, line
-    // 2: syntax error"), so no header reveals its directory and every
-    // pair stays undecided: the directories keep their name order.
-    specified.order = [](const Strings& e) {
-      Strings sorted = e;
-      std::sort(sorted.begin(), sorted.end());
-      return sorted;
-    };
   } else if (name == "cc65") {
     // cc65 knows float and double (4 bytes each) but stops at a floating
     // constant ("Floating point type is currently unsupported"), so the
@@ -215,6 +218,15 @@ Specified SpecifiedFor(const std::string& name) {
       return e.size() == 3 ? Strings{e[0], e[2], e[1]} : e;
     };
   }
+}
+
+// What the specified method gives where it differs from the compiler, per
+// preset; a preset without an entry is expected to come out as its
+// compiler says.
+Specified SpecifiedFor(const std::string& name) {
+  Specified specified;
+  NativeCases(name, specified);
+  CrossCases(name, specified);
   return specified;
 }
 
