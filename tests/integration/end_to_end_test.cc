@@ -193,11 +193,6 @@ void CrossCases(const std::string& name, Specified& specified) {
     specified.bits["double"] = 64;
     specified.align["float"] = 8;
     specified.align["double"] = 8;
-  } else if (name == "x86_64-w64-mingw32-gcc") {
-    // The 80-bit x87 long double, stored in 16 bytes, is found by its
-    // "FB 3F 00 00" pattern, which the cross method reads as 96 bits (as
-    // for gcc declared a cross compiler).
-    specified.bits["ldouble"] = 96;
   } else if (name == "avr-gcc") {
     // The only header that avr-gcc's own directory shares with avr-libc's
     // is stdint.h, whose error names both copies (gcc's wraps avr-libc's
@@ -220,6 +215,37 @@ void CrossCases(const std::string& name, Specified& specified) {
   }
 }
 
+// The same for the cross compilers of hosted targets.
+void HostedCrossCases(const std::string& name, Specified& specified) {
+  if (name == "x86_64-w64-mingw32-gcc") {
+    // The 80-bit x87 long double, stored in 16 bytes, is found by its
+    // "FB 3F 00 00" pattern, which the cross method reads as 96 bits (as
+    // for gcc declared a cross compiler).
+    specified.bits["ldouble"] = 96;
+  } else if (name == "powerpc-linux-gnu-gcc") {
+    // Its search list ends with /usr/include, whose linux/ subdirectory
+    // the header scan also meets. Stage 2 takes it: its check only asks
+    // that every component of the path (usr, include, linux) occur in the
+    // error line, and a line naming a header under
+    // /usr/powerpc-linux-gnu/include holds them all ("linux" within
+    // "powerpc-linux-gnu"). It comes out first.
+    specified.order = [](const Strings& e) {
+      Strings order = {"/usr/include/linux"};
+      order.insert(order.end(), e.begin(), e.end());
+      return e.size() == 3 ? order : e;
+    };
+    // "-dM" lists the AltiVec words as macros, but "#ifdef" does not see
+    // them, so the macro stage finds none of them.
+    for (const char* altivec : {"__bool", "__pixel", "__vector"}) {
+      specified.defines[altivec] = "";
+    }
+    // Big-endian: the cross size test looks for the little-endian
+    // encodings of 0.1, finds none, and keeps the table's sizes; the
+    // 128-bit long double (two doubles) is written as 64 bits.
+    specified.bits["ldouble"] = 64;
+  }
+}
+
 // What the specified method gives where it differs from the compiler, per
 // preset; a preset without an entry is expected to come out as its
 // compiler says.
@@ -227,6 +253,7 @@ Specified SpecifiedFor(const std::string& name) {
   Specified specified;
   NativeCases(name, specified);
   CrossCases(name, specified);
+  HostedCrossCases(name, specified);
   return specified;
 }
 
