@@ -122,12 +122,13 @@ Strings CppLibraryOrder(const Strings& e) {
 // The cases of the native presets where the specified method gives
 // another answer than the compiler.
 void NativeCases(const std::string& name, Specified& specified) {
-  if (name == "gcc" || name == "tcc") {
+  if (name == "gcc" || name == "gcc-m32" || name == "tcc") {
     // gcc searches its own directory first, but the one header it shares
     // with /usr/include (limits.h) holds only macros, so the "int x[" error
     // names neither copy and the pair keeps the name order: gcc's own
-    // directory comes out last. tcc's own directory shares no header name
-    // with the system directories, so no pair with it is ever decided and
+    // directory comes out last (with -m32 as well, which searches the same
+    // directories less x86_64-linux-gnu). tcc's own directory shares no header
+    // name with the system directories, so no pair with it is ever decided and
     // it stays last, in name order.
     specified.order = FirstMovedLast;
   } else if (name == "g++") {
