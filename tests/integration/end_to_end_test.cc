@@ -47,6 +47,7 @@ std::string SkipReason(const Preset& preset) {
 
 // Runs `preset` end to end through run.sh with its run directory under
 // `runs` and returns its personality; `arguments` are run.sh's arguments.
+// The run is not verified: these tests compare the stages' own answers.
 std::string RunPreset(const Preset& preset, const std::string& arguments,
                       const std::string& runs) {
   auto start = std::chrono::steady_clock::now();
@@ -54,7 +55,7 @@ std::string RunPreset(const Preset& preset, const std::string& arguments,
       "TESSEL_BINARY=" + ShellQuote(tessel_test::kTesselBinary) +
       " TESSEL_RUNS_DIR=" + ShellQuote(runs) + " bash " +
       ShellQuote(std::string(tessel_test::kSourceDir) + "/scripts/run.sh") +
-      " " + arguments);
+      " --no-verify " + arguments);
   auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
                      std::chrono::steady_clock::now() - start)
                      .count();
