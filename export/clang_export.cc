@@ -211,11 +211,18 @@ static void write_keywords(const ExportFacts& facts, const ClangPlan& plan,
                            std::string* text) {
   *text += "\n/* The compiler's extension keywords */\n";
   std::string known;
+  std::string review;
   for (const DefineFact& keyword : facts.keywords) {
     const bool helperValue =
         keyword.value.find("kiv_") != std::string::npos &&
         keyword.treatment != KeywordTreatment::kRemoveParen;
     if (keyword.treatment == KeywordTreatment::kAnalyserOnly || helperValue) {
+      continue;
+    }
+    if (keyword.treatment == KeywordTreatment::kReview) {
+      // Often a name the compiler declares itself (sdcc's __fsadd): left
+      // alone, since removing it would break the headers that declare it.
+      review += " " + keyword.name;
       continue;
     }
     const std::string key = macro_key(keyword.name);
@@ -225,9 +232,11 @@ static void write_keywords(const ExportFacts& facts, const ClangPlan& plan,
     }
     switch (keyword.treatment) {
       case KeywordTreatment::kRemoveParen:
+      case KeywordTreatment::kAnalyserKeywordParen:
         *text += "#define " + keyword.name + "(x)\n";
         break;
       case KeywordTreatment::kRemove:
+      case KeywordTreatment::kAnalyserKeyword:
         *text += "#define " + keyword.name + "\n";
         break;
       default:
@@ -237,6 +246,9 @@ static void write_keywords(const ExportFacts& facts, const ClangPlan& plan,
   }
   if (!known.empty()) {
     *text += "/* clang understands these itself:" + known + " */\n";
+  }
+  if (!review.empty()) {
+    *text += "/* left alone, for review:" + review + " */\n";
   }
 }
 

@@ -71,6 +71,12 @@ const char* keyword_treatment_name(KeywordTreatment treatment) {
       return "text";
     case KeywordTreatment::kAnalyserOnly:
       return "analyser";
+    case KeywordTreatment::kAnalyserKeyword:
+      return "analyser-keyword";
+    case KeywordTreatment::kAnalyserKeywordParen:
+      return "analyser-keyword-with-argument";
+    case KeywordTreatment::kReview:
+      return "review";
   }
   return "text";
 }
@@ -94,6 +100,11 @@ static void add_define(const PersonalityLine& line, bool inKeywords,
   define.treatment = is_analyser_helper(line.name)
                          ? KeywordTreatment::kAnalyserOnly
                          : keyword_treatment(line.value);
+  // The keyword stage quotes every treatment it decides; a bare "NAME="
+  // is the line of a keyword that fitted no rule.
+  if (!line.quoted && line.hasValue && line.value.empty()) {
+    define.treatment = KeywordTreatment::kReview;
+  }
   facts->keywords.push_back(define);
 }
 
@@ -124,6 +135,29 @@ static void add_value_line(const PersonalityLine& line, ExportFacts* facts) {
       break;
     default:
       break;
+  }
+}
+
+// The analyser's extension keywords that take a parenthesised argument:
+// an address ("at (0x80)"), an interrupt number, a register bank.
+static const char* const kAnalyserKeywordsWithArgument[] = {"at", "interrupt",
+                                                            "using"};
+
+// A keyword replaced by an analyser keyword that a "-ex" line switches on
+// means nothing to other tools: mark it so that they remove it.
+static void mark_analyser_keywords(ExportFacts* facts) {
+  for (DefineFact& keyword : facts->keywords) {
+    if (keyword.treatment != KeywordTreatment::kText ||
+        std::find(facts->extensions.begin(), facts->extensions.end(),
+                  keyword.value) == facts->extensions.end()) {
+      continue;
+    }
+    keyword.treatment = KeywordTreatment::kAnalyserKeyword;
+    for (const char* word : kAnalyserKeywordsWithArgument) {
+      if (keyword.value == word) {
+        keyword.treatment = KeywordTreatment::kAnalyserKeywordParen;
+      }
+    }
   }
 }
 
@@ -164,6 +198,7 @@ ExportFacts collect_facts(const Personality& personality,
         break;
     }
   }
+  mark_analyser_keywords(&facts);
   return facts;
 }
 

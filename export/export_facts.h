@@ -10,12 +10,19 @@
 
 /// How an extension keyword line tells the analyser to treat the keyword.
 enum class KeywordTreatment {
-  kKeyword,       ///< replaced by a standard keyword ("__inline=inline")
-  kRemove,        ///< removed ("__extension__=")
-  kRemoveParen,   ///< removed with its parenthesised argument
-  kType,          ///< a type keyword, replaced by a scalar type
-  kText,          ///< replaced by other text ("__builtin_va_list=char*")
-  kAnalyserOnly,  ///< a helper of the analyser itself ("kiv_ignore_paren")
+  kKeyword,          ///< replaced by a standard keyword ("__inline=inline")
+  kRemove,           ///< removed ("__extension__=")
+  kRemoveParen,      ///< removed with its parenthesised argument
+  kType,             ///< a type keyword, replaced by a scalar type
+  kText,             ///< replaced by other text ("__builtin_va_list=char*")
+  kAnalyserOnly,     ///< a helper of the analyser itself ("kiv_ignore_paren")
+  kAnalyserKeyword,  ///< replaced by one of the analyser's own extension
+                     ///< keywords that a "-ex" line switches on
+                     ///< ("__xdata=xdata" with "-ex xdata")
+  kAnalyserKeywordParen,  ///< the same, for an analyser keyword that takes
+                          ///< a parenthesised argument ("__at=at")
+  kReview,  ///< fitted no rule: written unquoted as "NAME=" and listed for
+            ///< review at the end of the run
 };
 
 /// One "-d"/"-sd" line, read as a macro or as a keyword treatment.

@@ -199,3 +199,26 @@ TEST(ClangExport, NewGccAttributeFormsKeepTheAttributeOnly) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ClangExport, AnalyserKeywordsAreRemovedAndReviewLinesLeftAlone) {
+  Personality personality;
+  std::string err;
+  ASSERT_TRUE(parse_personality(
+      "-s int=16\n-d \"__xdata=xdata\"\n-d \"__at=at\"\n-d __fsadd=\n"
+      "-ex at\n-ex xdata\n",
+      &personality, &err))
+      << err;
+  ClangPlan plan;
+  plan.target = "avr";
+  const std::string header =
+      compat_header(collect_facts(personality, "p.p_c"), plan);
+  EXPECT_NE(header.find("/* The compiler's extension keywords */\n"
+                        "#define __xdata\n#define __at(x)\n"
+                        "/* left alone, for review: __fsadd */\n"),
+            std::string::npos)
+      << header;
+}
+
+}  // namespace

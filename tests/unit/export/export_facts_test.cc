@@ -159,3 +159,37 @@ TEST(ExportFacts, TreatmentsAreReadFromTheReplacement) {
 }
 
 }  // namespace
+
+namespace {
+
+ExportFacts FactsOf(const std::string& text) {
+  Personality personality;
+  std::string err;
+  EXPECT_TRUE(parse_personality(text, &personality, &err)) << err;
+  return collect_facts(personality, "p.p_c");
+}
+
+TEST(ExportFacts, AnalyserKeywordsAndReviewLinesAreMarkedAsSuch) {
+  const ExportFacts facts = FactsOf(
+      "-s int=16\n"
+      "-d \"__xdata=xdata\"\n"
+      "-d \"__at=at\"\n"
+      "-d \"__interrupt=interrupt\"\n"
+      "-d \"__zz=zz\"\n"
+      "-d __fsadd=\n"
+      "-ex at\n"
+      "-ex interrupt\n"
+      "-ex xdata\n");
+  std::vector<std::string> treatments;
+  for (const DefineFact& keyword : facts.keywords) {
+    treatments.push_back(keyword.name + ":" +
+                         keyword_treatment_name(keyword.treatment));
+  }
+  EXPECT_EQ(treatments, (std::vector<std::string>{
+                            "__xdata:analyser-keyword",
+                            "__at:analyser-keyword-with-argument",
+                            "__interrupt:analyser-keyword-with-argument",
+                            "__zz:text", "__fsadd:review"}));
+}
+
+}  // namespace
