@@ -27,35 +27,16 @@ struct CachedPreset {
   std::string name;
   /// The compiler command that must be on PATH.
   std::string compiler;
-  /// The arguments after "--" for run.sh when it has no preset of this
-  /// name; empty to use the preset.
-  std::vector<std::string> customArgs;
-  /// Why the preset runs only with TESSEL_E2E_SLOW=1; empty when it always
-  /// runs.
-  std::string slowReason;
-  /// A personality written by hand (relative to the source tree) that
-  /// stands in for a slow preset's run; empty for none.
-  std::string byHand;
 };
 
 /// The presets of the export tests.
 inline const std::vector<CachedPreset>& CachedPresets() {
   static const std::vector<CachedPreset> kPresets = {
-      {"sdcc",
-       "sdcc",
-       {},
-       "a whole sdcc run takes 20 minutes or more (every identifier of its "
-       "headers goes through the keyword position tests)",
-       "tests/integration/data/sdcc_mcs51.p_c"},
-      {"avr-gcc", "avr-gcc", {}, "", ""},
-      {"arm-none-eabi-gcc", "arm-none-eabi-gcc", {}, "", ""},
-      {"cc65",
-       "cl65",
-       {"vellc", "ccmp", "cl65", "-o ", "-c", "-D", ".o", "%c %j %d%s %o%e",
-        "-i", "/usr/share/cc65/include", "-xs", "-t c64"},
-       "",
-       ""},
-      {"gcc", "gcc", {}, "", ""}};
+      {"sdcc", "sdcc"},
+      {"avr-gcc", "avr-gcc"},
+      {"arm-none-eabi-gcc", "arm-none-eabi-gcc"},
+      {"cc65", "cl65"},
+      {"gcc", "gcc"}};
   return kPresets;
 }
 
@@ -95,26 +76,12 @@ inline std::string PersonalityLine(const std::string& output) {
 
 /// The personality of `preset`: read from the cache under the build
 /// directory, or produced by scripts/run.sh with the built TesselGen and
-/// cached. A slow preset without TESSEL_E2E_SLOW=1 gives its personality
-/// written by hand, or none. Empty with `why` set when the compiler is
-/// missing, the slow preset has no stand-in, or the run fails.
+/// cached. Empty with `why` set when the compiler is missing or the run
+/// fails.
 inline std::optional<std::string> PresetPersonality(const CachedPreset& preset,
                                                     std::string* why) {
   if (RunProcess("command -v " + ShellQuote(preset.compiler)).exitCode != 0) {
     *why = preset.compiler + " not installed";
-    return std::nullopt;
-  }
-  const char* slow = std::getenv("TESSEL_E2E_SLOW");
-  if (!preset.slowReason.empty() &&
-      (slow == nullptr || std::string(slow) != "1")) {
-    if (!preset.byHand.empty()) {
-      std::cout << "[ NOTE     ] " << preset.name << ": the personality "
-                << preset.byHand << " (written by hand from what the "
-                << "compiler says about itself) stands in for a run: "
-                << preset.slowReason << "; set TESSEL_E2E_SLOW=1 to run it\n";
-      return std::string(kSourceDir) + "/" + preset.byHand;
-    }
-    *why = preset.slowReason + "; set TESSEL_E2E_SLOW=1 to run it";
     return std::nullopt;
   }
   namespace fs = std::filesystem;
@@ -131,14 +98,7 @@ inline std::optional<std::string> PresetPersonality(const CachedPreset& preset,
       "TESSEL_BINARY=" + ShellQuote(kTesselBinary) +
       " TESSEL_RUNS_DIR=" + ShellQuote((cache / "runs").string()) + " " +
       ShellQuote(std::string(kSourceDir) + "/scripts/run.sh");
-  if (preset.customArgs.empty()) {
-    command += " " + ShellQuote(preset.name);
-  } else {
-    command += " --";
-    for (const std::string& arg : preset.customArgs) {
-      command += " " + ShellQuote(arg);
-    }
-  }
+  command += " " + ShellQuote(preset.name);
   const ProcessResult run = RunProcess(command);
   const std::string path = PersonalityLine(run.out);
   if (run.exitCode != 0 || path.empty() || !Exists(path)) {
