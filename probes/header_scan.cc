@@ -288,12 +288,9 @@ class FileBytes {
 
 }  // namespace
 
-// The identifiers of a binary file: those of each run of printable bytes
-// (at most 127, never the file's first byte) that ends just before a zero
-// byte.
-static std::set<std::string> binary_identifiers(std::string_view bytes) {
+void ForEachBinaryString(std::string_view bytes,
+                         const std::function<void(std::string_view)>& visit) {
   static constexpr std::size_t kLongestRun = 127;
-  std::set<std::string> found;
   const char* const data = bytes.data();
   const std::size_t size = bytes.size();
   const char* zero = static_cast<const char*>(std::memchr(data, '\0', size));
@@ -308,11 +305,19 @@ static std::set<std::string> binary_identifiers(std::string_view bytes) {
       --begin;
     }
     if (begin < end) {
-      SplitPrintable(std::string(bytes.substr(begin, end - begin)), found);
+      visit(bytes.substr(begin, end - begin));
     }
     zero =
         static_cast<const char*>(std::memchr(zero + 1, '\0', size - end - 1));
   }
+}
+
+// The identifiers of a binary file: those of each of its strings.
+static std::set<std::string> binary_identifiers(std::string_view bytes) {
+  std::set<std::string> found;
+  ForEachBinaryString(bytes, [&found](std::string_view run) {
+    SplitPrintable(std::string(run), found);
+  });
   return found;
 }
 

@@ -1,6 +1,7 @@
 #ifndef TESSEL_PROBES_HEADER_SCAN_H_
 #define TESSEL_PROBES_HEADER_SCAN_H_
 
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -47,6 +48,13 @@ void ScanFile(TesselGen& tg, std::string path, ScanTables* tables = nullptr);
 /// a letter, digit or "_", and adds each piece that is a C identifier to
 /// `result`. Text holding any byte below 32, 127 or above adds nothing.
 void SplitPrintable(const std::string& text, std::set<std::string>& result);
+
+/// Calls `visit` with each string of a binary file's `bytes`: every run of
+/// printable bytes (at most 127, never the file's first byte) that ends
+/// just before a zero byte. The header scan takes its identifiers from
+/// these runs.
+void ForEachBinaryString(std::string_view bytes,
+                         const std::function<void(std::string_view)>& visit);
 
 /// Adds the lines between the "<test>" and "</test>" lines of the template
 /// personality (`tg.templatePath`, when given) to `tg.candidateKeywords`,
