@@ -1,0 +1,414 @@
+#include "verify/include_check.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <map>
+#include <optional>
+
+#include "app/tessel_gen.h"
+#include "harness/compile_harness.h"
+#include "probes/include_dirs.h"
+
+namespace {
+
+// The written include section: each directory in written order with its
+// lines, kept as written so that an unchanged line is written back as read.
+struct WrittenDir {
+  std::string dir;
+  std::vector<PersonalityLine> lines;
+};
+
+// What the tests learned about one directory.
+struct DirState {
+  bool searched = false;
+  bool dropped = false;
+  std::string test;
+};
+
+}  // namespace
+
+// Order tests per run; each decides every pair of holders of one header.
+static const std::size_t kMaxOrderTests = 48;
+// Headers tried per directory whose search is still unproven.
+static const int kMaxSearchTries = 4;
+
+static const char kIncludeBase[] = "inctest";
+static const char kIncludedFrom[] = "In file included from ";
+
+std::string lexical_path(const std::string& path) {
+  std::vector<std::string> parts;
+  std::string::size_type start = 0;
+  while (start <= path.size()) {
+    std::string::size_type slash = path.find('/', start);
+    if (slash == std::string::npos) {
+      slash = path.size();
+    }
+    const std::string part = path.substr(start, slash - start);
+    if (part == "..") {
+      if (!parts.empty()) {
+        parts.pop_back();
+      }
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    start = slash + 1;
+  }
+  std::string joined = !path.empty() && path[0] == '/' ? "/" : "";
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    joined += (i > 0 ? "/" : "") + parts[i];
+  }
+  return joined;
+}
+
+static std::string trim_left(const std::string& text) {
+  const std::string::size_type first = text.find_first_not_of(" \t");
+  return first == std::string::npos ? std::string() : text.substr(first);
+}
+
+// The file named at the start of a message or chain line: the text up to
+// ":" followed by a digit, or up to ", line " (messages without columns).
+static std::string path_of_line(std::string line) {
+  line = trim_left(line);
+  if (line.rfind(kIncludedFrom, 0) == 0) {
+    line.erase(0, sizeof kIncludedFrom - 1);
+  } else if (line.rfind("from ", 0) == 0) {
+    line.erase(0, 5);
+  }
+  for (std::string::size_type i = 0; i + 1 < line.size(); ++i) {
+    if (line[i] == ':' &&
+        std::isdigit(static_cast<unsigned char>(line[i + 1]))) {
+      return line.substr(0, i);
+    }
+    if (line.compare(i, 7, ", line ") == 0) {
+      return line.substr(0, i);
+    }
+  }
+  return std::string();
+}
+
+static std::vector<std::string> split_lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::string::size_type start = 0;
+  while (start < text.size()) {
+    std::string::size_type end = text.find('\n', start);
+    if (end == std::string::npos) {
+      end = text.size();
+    }
+    std::string line = text.substr(start, end - start);
+    line.erase(std::remove(line.begin(), line.end(), '\r'), line.end());
+    lines.push_back(line);
+    start = end + 1;
+  }
+  return lines;
+}
+
+std::string first_included_file(const std::string& output,
+                                const std::string& testFile) {
+  const std::vector<std::string> lines = split_lines(output);
+  const std::string includeLine = testFile + ":2";
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::string line = trim_left(lines[i]);
+    if (line.find(includeLine) == std::string::npos) {
+      continue;
+    }
+    if (line.rfind(std::string(kIncludedFrom) + includeLine, 0) == 0) {
+      // Outermost first: the next line names the file it brought in.
+      return i + 1 < lines.size() ? path_of_line(lines[i + 1]) : "";
+    }
+    if (line.rfind("from " + includeLine, 0) == 0 && i > 0) {
+      // Innermost first: the line before names the file it brought in.
+      return path_of_line(lines[i - 1]);
+    }
+  }
+  for (const std::string& line : lines) {
+    const std::string path = path_of_line(line);
+    if (!path.empty() && path != testFile) {
+      return path;
+    }
+  }
+  return std::string();
+}
+
+std::vector<std::string> combine_search_order(
+    const std::vector<std::string>& written,
+    const std::vector<OrderEvidence>& evidence) {
+  std::map<std::string, std::set<std::string>> before;  // dir -> must follow
+  for (const OrderEvidence& found : evidence) {
+    for (const std::string& other : found.others) {
+      if (other != found.first) {
+        before[other].insert(found.first);
+      }
+    }
+  }
+  std::vector<std::string> rest = written;
+  std::vector<std::string> order;
+  while (!rest.empty()) {
+    auto ready = std::find_if(rest.begin(), rest.end(), [&](const auto& dir) {
+      for (const std::string& earlier : before[dir]) {
+        if (std::find(rest.begin(), rest.end(), earlier) != rest.end()) {
+          return false;
+        }
+      }
+      return true;
+    });
+    if (ready == rest.end()) {
+      ready = rest.begin();  // a contradiction: keep the written order
+    }
+    order.push_back(*ready);
+    rest.erase(ready);
+  }
+  return order;
+}
+
+// Compiles "int x[" followed by an include of `header` and returns the
+// file the include brought in, as a lexical path.
+static std::string included_copy(TesselGen& tg, const std::string& header) {
+  const std::string source = kIncludeBase + sourceExtension(tg);
+  writeWholeFile(source, "int x[\n#include <" + header + ">\n");
+  runCompileScript(tg, buildCommand(tg, source, false, ""));
+  std::remove(source.c_str());
+  const std::string output = readCompilerOutput();
+  std::remove(kStdoutLog);
+  std::remove(kStderrLog);
+  const std::string path = first_included_file(output, source);
+  return path.empty() ? path : lexical_path(path);
+}
+
+// The written directory among `holders` whose copy of `header` is `path`.
+static std::optional<std::string> holder_of(
+    const std::string& path, const std::string& header,
+    const std::vector<std::string>& holders) {
+  for (const std::string& dir : holders) {
+    if (lexical_path(dir + "/" + header) == path) {
+      return dir;
+    }
+  }
+  return std::nullopt;
+}
+
+static const std::set<std::string>& headers_of(const TesselGen& tg,
+                                               const std::string& dir) {
+  static const std::set<std::string> kNone;
+  auto entry = tg.HeaderInventory.find(dir);
+  return entry == tg.HeaderInventory.end() ? kNone : entry->second;
+}
+
+// Header name -> the written directories holding it, for headers that
+// more than one of them holds.
+static std::map<std::string, std::vector<std::string>> shared_headers(
+    const TesselGen& tg, const std::vector<std::string>& dirs) {
+  std::map<std::string, std::vector<std::string>> holders;
+  for (const std::string& dir : dirs) {
+    for (const std::string& header : headers_of(tg, dir)) {
+      holders[header].push_back(dir);
+    }
+  }
+  for (auto it = holders.begin(); it != holders.end();) {
+    it = it->second.size() < 2 ? holders.erase(it) : std::next(it);
+  }
+  return holders;
+}
+
+static bool all_pairs_decided(
+    const std::vector<std::string>& holders,
+    const std::set<std::pair<std::string, std::string>>& decided) {
+  for (const std::string& a : holders) {
+    for (const std::string& b : holders) {
+      if (a < b && decided.count({a, b}) == 0) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// Tests shared headers until every pair of directories sharing one is
+// decided or the budget is spent. Marks the directories whose copies were
+// taken as searched.
+static std::vector<OrderEvidence> order_tests(
+    TesselGen& tg, const std::vector<std::string>& dirs,
+    std::map<std::string, DirState>& states) {
+  std::vector<OrderEvidence> evidence;
+  std::set<std::pair<std::string, std::string>> decided;
+  std::size_t tests = 0;
+  for (const auto& [header, holders] : shared_headers(tg, dirs)) {
+    if (tests == kMaxOrderTests) {
+      break;
+    }
+    if (all_pairs_decided(holders, decided)) {
+      continue;
+    }
+    ++tests;
+    const std::string path = included_copy(tg, header);
+    const std::optional<std::string> first = holder_of(path, header, holders);
+    if (!first) {
+      tg.log.info("Verify include order: <" + header + "> names no copy");
+      continue;
+    }
+    OrderEvidence found{*first, {}};
+    for (const std::string& other : holders) {
+      if (other != *first) {
+        found.others.insert(other);
+        decided.insert({std::min(other, *first), std::max(other, *first)});
+      }
+    }
+    tg.log.info("Verify include order: <" + header + "> taken from " + *first);
+    states[*first].searched = true;
+    states[*first].test = "#include <" + header + "> after int x[: first copy";
+    evidence.push_back(found);
+  }
+  return evidence;
+}
+
+// The headers to try for a directory whose search is unproven: those no
+// other written directory holds first, then the others.
+static std::vector<std::string> search_candidates(
+    const TesselGen& tg, const std::string& dir,
+    const std::vector<std::string>& dirs) {
+  std::vector<std::string> unique;
+  std::vector<std::string> shared;
+  for (const std::string& header : headers_of(tg, dir)) {
+    bool elsewhere = false;
+    for (const std::string& other : dirs) {
+      elsewhere = elsewhere ||
+                  (other != dir && headers_of(tg, other).count(header) > 0);
+    }
+    (elsewhere ? shared : unique).push_back(header);
+  }
+  unique.insert(unique.end(), shared.begin(), shared.end());
+  return unique;
+}
+
+// A directory is searched when the compiler takes a header from it, and
+// not searched when one of its headers cannot be included at all.
+static void search_test(TesselGen& tg, const std::string& dir,
+                        const std::vector<std::string>& dirs, DirState& state) {
+  int tries = 0;
+  for (const std::string& header : search_candidates(tg, dir, dirs)) {
+    if (tries++ == kMaxSearchTries) {
+      break;
+    }
+    if (included_copy(tg, header) == lexical_path(dir + "/" + header)) {
+      state.searched = true;
+      state.test = "#include <" + header + "> after int x[: this copy named";
+      return;
+    }
+    if (!IsHeaderFound(tg, header)) {
+      state.dropped = true;
+      state.test = "#include <" + header + ">: file not found";
+      return;
+    }
+  }
+}
+
+// The written include section, in order; the "-q" line of a directory
+// stays with it.
+static std::vector<WrittenDir> written_dirs(const Personality& personality) {
+  std::vector<WrittenDir> dirs;
+  for (const PersonalityLine& line : personality.lines) {
+    if (line.kind != LineKind::kInclude &&
+        line.kind != LineKind::kSystemInclude) {
+      continue;
+    }
+    auto same = std::find_if(dirs.begin(), dirs.end(),
+                             [&](const auto& d) { return d.dir == line.name; });
+    if (same == dirs.end()) {
+      dirs.push_back(WrittenDir{line.name, {line}});
+    } else {
+      same->lines.push_back(line);
+    }
+  }
+  return dirs;
+}
+
+// Replaces the include section of `personality` by `order`'s lines, at
+// the place of the first include line.
+static void rewrite_section(Personality* personality,
+                            const std::vector<WrittenDir>& written,
+                            const std::vector<std::string>& order) {
+  std::vector<PersonalityLine>& lines = personality->lines;
+  auto first = std::find_if(lines.begin(), lines.end(), [](const auto& l) {
+    return l.kind == LineKind::kInclude || l.kind == LineKind::kSystemInclude;
+  });
+  const std::size_t at = static_cast<std::size_t>(first - lines.begin());
+  lines.erase(std::remove_if(lines.begin(), lines.end(),
+                             [](const auto& l) {
+                               return l.kind == LineKind::kInclude ||
+                                      l.kind == LineKind::kSystemInclude;
+                             }),
+              lines.end());
+  std::vector<PersonalityLine> section;
+  for (const std::string& dir : order) {
+    for (const WrittenDir& w : written) {
+      if (w.dir == dir) {
+        section.insert(section.end(), w.lines.begin(), w.lines.end());
+      }
+    }
+  }
+  lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), section.begin(),
+               section.end());
+}
+
+// One fact per written directory: its place as written and as now.
+static std::vector<FactResult> facts_of(
+    TesselGen& tg, const std::vector<std::string>& before,
+    const std::vector<std::string>& after,
+    const std::map<std::string, DirState>& states) {
+  std::vector<FactResult> facts;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    FactResult fact;
+    fact.kind = "include";
+    fact.name = before[i];
+    fact.written = std::to_string(i + 1);
+    const DirState& state = states.at(before[i]);
+    fact.test = state.test;
+    auto now = std::find(after.begin(), after.end(), before[i]);
+    if (now == after.end()) {
+      fact.hasNow = false;
+      fact.status = FactStatus::kCorrected;
+    } else {
+      fact.now = std::to_string(now - after.begin() + 1);
+      fact.status = fact.now != fact.written ? FactStatus::kCorrected
+                    : state.searched         ? FactStatus::kConfirmed
+                                             : FactStatus::kUnchecked;
+    }
+    const std::string outcome = std::string(fact_status_name(fact.status)) +
+                                ": " + fact.name + " place " + fact.written +
+                                " -> " + (fact.hasNow ? fact.now : "none");
+    if (fact.status == FactStatus::kCorrected) {
+      tg.log.warn("Verify include directory " + outcome);
+    } else {
+      tg.log.info("Verify include directory " + outcome);
+    }
+    facts.push_back(fact);
+  }
+  return facts;
+}
+
+std::vector<FactResult> check_include_dirs(TesselGen& tg,
+                                           Personality* personality) {
+  const std::vector<WrittenDir> written = written_dirs(*personality);
+  std::vector<std::string> dirs;
+  std::map<std::string, DirState> states;
+  for (const WrittenDir& w : written) {
+    dirs.push_back(w.dir);
+    states[w.dir];
+  }
+  const std::vector<OrderEvidence> evidence = order_tests(tg, dirs, states);
+  std::vector<std::string> kept;
+  for (const std::string& dir : dirs) {
+    if (!states[dir].searched) {
+      search_test(tg, dir, dirs, states[dir]);
+    }
+    if (!states[dir].dropped) {
+      kept.push_back(dir);
+    }
+  }
+  const std::vector<std::string> order = combine_search_order(kept, evidence);
+  if (order != dirs) {
+    rewrite_section(personality, written, order);
+    tg.ImplicitIncludeDirs = order;
+  }
+  return facts_of(tg, dirs, order, states);
+}
