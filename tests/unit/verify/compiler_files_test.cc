@@ -1,0 +1,58 @@
+#include "verify/compiler_files.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/support/test_support.h"
+
+TEST(CompilerFiles, NamesSplitIntoTargetAndWord) {
+  CompilerName gcc = split_compiler_name("x86_64-linux-gnu-gcc-12");
+  EXPECT_EQ("gcc", gcc.word);
+  EXPECT_EQ("x86_64-linux-gnu", gcc.target);
+  CompilerName mingw = split_compiler_name("x86_64-w64-mingw32-gcc-win32");
+  EXPECT_EQ("gcc", mingw.word);
+  EXPECT_EQ("x86_64-w64-mingw32", mingw.target);
+  CompilerName clang = split_compiler_name("clang-14");
+  EXPECT_EQ("clang", clang.word);
+  EXPECT_EQ("", clang.target);
+  EXPECT_EQ("tcc", split_compiler_name("tcc").word);
+}
+
+TEST(CompilerFiles, CppDriversRelateToTheirCDrivers) {
+  EXPECT_EQ((std::set<std::string>{"g++", "gcc"}),
+            related_words(split_compiler_name("x86_64-linux-gnu-g++-12")));
+  EXPECT_EQ((std::set<std::string>{"clang", "clang++"}),
+            related_words(split_compiler_name("clang++")));
+}
+
+// An installation laid out like a cross gcc's: the driver in bin, the
+// compiler proper under lib/gcc/TARGET/VERSION beside other targets, a
+// library that names the compiler under lib, and files that do not belong.
+TEST(CompilerFiles, InstallationFilesThatHoldTheCompiler) {
+  tessel_test::ScratchDir scratch;
+  const std::string top =
+      std::filesystem::canonical(scratch.work()).string() + "/inst";
+  auto make = [&](const std::string& path, bool program) {
+    tessel_test::WriteFile(top + "/" + path, "x");
+    if (program) {
+      tessel_test::RunProcess("chmod +x " +
+                              tessel_test::ShellQuote(top + "/" + path));
+    }
+  };
+  make("bin/avr-gcc", true);
+  make("bin/avr-ccom", true);
+  make("bin/avr-as", true);
+  make("lib/gcc/avr/5.4.0/cc1", true);
+  make("lib/gcc/avr/5.4.0/f951", true);
+  make("lib/gcc/avr/5.4.0/include/stdint.h", false);
+  make("lib/gcc/arm-none-eabi/12/cc1", true);
+  make("lib/libgcc-tools.so.1", false);
+  make("lib/libother.so", false);
+  make("libexec/gcc/avr/5.4.0/cc1plus", true);
+  EXPECT_EQ((std::vector<std::string>{
+                top + "/bin/avr-gcc", top + "/bin/avr-ccom",
+                top + "/lib/libgcc-tools.so.1", top + "/lib/gcc/avr/5.4.0/cc1",
+                top + "/libexec/gcc/avr/5.4.0/cc1plus"}),
+            compiler_files_of(top + "/bin/avr-gcc"));
+}

@@ -1,0 +1,36 @@
+#include "verify/macro_candidates.h"
+
+#include <gtest/gtest.h>
+
+TEST(MacroCandidates, StringsGiveIdentifiersAndReservedFormats) {
+  CompilerStrings strings;
+  collect_string("__%s_HAS_DENORM__", &strings);
+  collect_string("-D__%s_MAX__=%s", &strings);
+  collect_string("__%s_", &strings);
+  collect_string("FP_FAST_%s", &strings);
+  collect_string("__x%s", &strings);
+  EXPECT_EQ((std::set<std::string>{"__", "s_HAS_DENORM__", "D__", "s_MAX__",
+                                   "s", "s_", "FP_FAST_", "__x"}),
+            strings.identifiers);
+  ASSERT_EQ(2u, strings.formats.size());
+  EXPECT_EQ("__", strings.formats.begin()->prefix);
+  EXPECT_EQ("_HAS_DENORM__", strings.formats.begin()->suffix);
+  EXPECT_EQ("_MAX__", strings.formats.rbegin()->suffix);
+}
+
+TEST(MacroCandidates, FormatsAreFilledWithTheStemsOfKnownNames) {
+  const std::set<NameFormat> formats{{"__", "_HAS_DENORM__"}, {"__", "_MAX__"}};
+  const std::set<std::string> known{"__FLT16_MAX__", "__DBL_HAS_DENORM__",
+                                    "__MAX__", "FLT_MAX"};
+  EXPECT_EQ((std::set<std::string>{"__DBL_MAX__", "__FLT16_HAS_DENORM__"}),
+            format_names(formats, known));
+}
+
+TEST(MacroCandidates, ValuesThatChangeWithEachUseAreKnown) {
+  for (const char* name : {"__LINE__", "__FILE__", "__COUNTER__", "__DATE__",
+                           "__TIME__", "__TIMESTAMP__", "__INCLUDE_LEVEL__",
+                           "__BASE_FILE__", "__FILE_NAME__"}) {
+    EXPECT_TRUE(is_varying_macro(name)) << name;
+  }
+  EXPECT_FALSE(is_varying_macro("__STDC__"));
+}

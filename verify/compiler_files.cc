@@ -1,0 +1,204 @@
+#include "verify/compiler_files.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/tessel_gen.h"
+#include "harness/compile_harness.h"
+
+// How deep the walk goes below a "lib*" or "libexec" directory.
+static const int kMaxDepth = 4;
+// The file that receives the shell's answer to "command -v".
+static const char kPathAnswer[] = "tmp_verify_path.txt";
+
+static bool is_version(const std::string& part) {
+  if (part.empty()) {
+    return false;
+  }
+  bool digits = true;
+  for (char c : part) {
+    digits = digits && ((c >= '0' && c <= '9') || c == '.');
+  }
+  return digits || part == "win32" || part == "posix";
+}
+
+CompilerName split_compiler_name(const std::string& fileName) {
+  std::vector<std::string> parts;
+  std::string::size_type start = 0;
+  for (;;) {
+    const std::string::size_type dash = fileName.find('-', start);
+    parts.push_back(fileName.substr(start, dash - start));
+    if (dash == std::string::npos) {
+      break;
+    }
+    start = dash + 1;
+  }
+  while (parts.size() > 1 && is_version(parts.back())) {
+    parts.pop_back();
+  }
+  CompilerName name;
+  name.word = parts.back();
+  for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+    name.target += (i > 0 ? "-" : "") + parts[i];
+  }
+  return name;
+}
+
+std::set<std::string> related_words(const CompilerName& name) {
+  std::set<std::string> words{name.word};
+  const std::string& w = name.word;
+  if (w.size() > 2 && w.compare(w.size() - 2, 2, "++") == 0) {
+    const std::string stem = w.substr(0, w.size() - 2);
+    words.insert(stem.size() == 1 ? stem + "cc" : stem);
+  }
+  return words;
+}
+
+static bool contains_any(const std::string& text,
+                         const std::set<std::string>& words) {
+  for (const std::string& word : words) {
+    if (text.find(word) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+static bool is_shared_library(const std::string& name) {
+  return name.find(".so") != std::string::npos ||
+         name.find(".dylib") != std::string::npos;
+}
+
+namespace {
+
+// One walk of a compiler installation.
+struct Walk {
+  std::set<std::string> words;
+  std::string target;
+  std::set<std::string> seen;
+  std::vector<std::string> files;
+
+  void Add(const std::string& path) {
+    char real[PATH_MAX];
+    if (realpath(path.c_str(), real) != nullptr && seen.insert(real).second) {
+      files.emplace_back(real);
+    }
+  }
+
+  // Entries of `dir`: files and subdirectories, by name.
+  static void List(const std::string& dir, std::vector<std::string>& files,
+                   std::vector<std::string>& subdirs) {
+    DIR* handle = opendir(dir.c_str());
+    if (handle == nullptr) {
+      return;
+    }
+    while (dirent* entry = readdir(handle)) {
+      const std::string name = entry->d_name;
+      struct stat info;
+      if (name == "." || name == ".." ||
+          stat((dir + "/" + name).c_str(), &info) != 0) {
+        continue;
+      }
+      if (S_ISDIR(info.st_mode)) {
+        subdirs.push_back(name);
+      } else if (S_ISREG(info.st_mode)) {
+        files.push_back(name);
+      }
+    }
+    closedir(handle);
+    std::sort(files.begin(), files.end());
+    std::sort(subdirs.begin(), subdirs.end());
+  }
+
+  // `related`: the directory's name, or one above it, names the compiler.
+  void Visit(const std::string& dir, int depth, bool related) {
+    std::vector<std::string> names;
+    std::vector<std::string> subdirs;
+    List(dir, names, subdirs);
+    for (const std::string& name : names) {
+      const bool program = access((dir + "/" + name).c_str(), X_OK) == 0;
+      const bool named = contains_any(name, words);
+      if ((named && is_shared_library(name) && depth == 0) ||
+          (related && program && !is_shared_library(name) &&
+           (named || name.rfind("cc", 0) == 0))) {
+        Add(dir + "/" + name);
+      }
+    }
+    if (depth == kMaxDepth) {
+      return;
+    }
+    const bool narrowed =
+        related && !target.empty() &&
+        std::find(subdirs.begin(), subdirs.end(), target) != subdirs.end();
+    for (const std::string& sub : subdirs) {
+      const bool subRelated = related || contains_any(sub, words);
+      if (subRelated && (!narrowed || sub == target)) {
+        Visit(dir + "/" + sub, depth + 1, true);
+      }
+    }
+  }
+};
+
+}  // namespace
+
+std::vector<std::string> compiler_files_of(const std::string& program) {
+  const std::string::size_type slash = program.rfind('/');
+  const std::string bin = program.substr(0, slash);
+  const CompilerName name = split_compiler_name(program.substr(slash + 1));
+  Walk walk;
+  walk.words = related_words(name);
+  walk.target = name.target;
+  walk.Add(program);
+  if (!name.target.empty()) {
+    std::vector<std::string> files;
+    std::vector<std::string> subdirs;
+    Walk::List(bin, files, subdirs);
+    for (const std::string& file : files) {
+      if (file.rfind(name.target + "-cc", 0) == 0) {
+        walk.Add(bin + "/" + file);
+      }
+    }
+  }
+  const std::string prefix = bin.substr(0, bin.rfind('/'));
+  std::vector<std::string> files;
+  std::vector<std::string> subdirs;
+  Walk::List(prefix.empty() ? "/" : prefix, files, subdirs);
+  for (const std::string& sub : subdirs) {
+    if (sub.rfind("lib", 0) == 0) {
+      walk.Visit(prefix + "/" + sub, 0, false);
+    }
+  }
+  return walk.files;
+}
+
+std::string resolve_compiler_program(TesselGen& tg) {
+  const std::string& command = tg.compilerExe;
+  const std::string::size_type start = command.find_first_not_of(' ');
+  if (start == std::string::npos) {
+    return std::string();
+  }
+  std::string first = command.substr(start, command.find(' ', start) - start);
+  if (first.find('/') == std::string::npos) {
+    std::string quoted = "'";
+    for (char c : first) {
+      quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    tg.shell->Run("command -v " + quoted + "' >" + kPathAnswer);
+    first = readWholeFile(kPathAnswer);
+    std::remove(kPathAnswer);
+    while (!first.empty() && (first.back() == '\n' || first.back() == ' ')) {
+      first.pop_back();
+    }
+  }
+  char real[PATH_MAX];
+  if (first.empty() || realpath(first.c_str(), real) == nullptr) {
+    return std::string();
+  }
+  return real;
+}

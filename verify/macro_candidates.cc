@@ -1,0 +1,84 @@
+#include "verify/macro_candidates.h"
+
+#include <algorithm>
+
+#include "harness/compile_harness.h"
+#include "probes/header_scan.h"
+
+static bool is_name_char(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+         (c >= '0' && c <= '9') || c == '_';
+}
+
+static void collect_formats(std::string_view text, CompilerStrings* strings) {
+  std::string_view::size_type at = text.find("%s");
+  while (at != std::string_view::npos) {
+    std::string_view::size_type begin = at;
+    while (begin > 0 && is_name_char(text[begin - 1])) {
+      --begin;
+    }
+    std::string_view::size_type end = at + 2;
+    while (end < text.size() && is_name_char(text[end])) {
+      ++end;
+    }
+    // A run such as "D__%s_MAX__" (from "-D__%s_MAX__") names from its "__".
+    std::string_view prefix = text.substr(begin, at - begin);
+    prefix.remove_prefix(std::min(prefix.size(), prefix.find("__")));
+    const std::string_view suffix = text.substr(at + 2, end - at - 2);
+    if (prefix.substr(0, 2) == "__" && suffix.size() >= 3) {
+      strings->formats.insert(
+          NameFormat{std::string(prefix), std::string(suffix)});
+    }
+    at = text.find("%s", end);
+  }
+}
+
+void collect_string(std::string_view text, CompilerStrings* strings) {
+  SplitPrintable(std::string(text), strings->identifiers);
+  collect_formats(text, strings);
+}
+
+void collect_file(const std::string& path, CompilerStrings* strings) {
+  const std::string bytes = readWholeFile(path);
+  ForEachBinaryString(bytes, [strings](std::string_view text) {
+    collect_string(text, strings);
+  });
+}
+
+std::set<std::string> format_names(const std::set<NameFormat>& formats,
+                                   const std::set<std::string>& known) {
+  std::set<std::string> stems;
+  for (const NameFormat& format : formats) {
+    const std::size_t fixed = format.prefix.size() + format.suffix.size();
+    // Known names that begin with the prefix stand together in `known`.
+    for (auto it = known.lower_bound(format.prefix);
+         it != known.end() &&
+         it->compare(0, format.prefix.size(), format.prefix) == 0;
+         ++it) {
+      const std::string& name = *it;
+      if (name.size() > fixed &&
+          name.compare(name.size() - format.suffix.size(), format.suffix.size(),
+                       format.suffix) == 0) {
+        stems.insert(name.substr(format.prefix.size(), name.size() - fixed));
+      }
+    }
+  }
+  std::set<std::string> names;
+  for (const NameFormat& format : formats) {
+    for (const std::string& stem : stems) {
+      std::string name = format.prefix + stem + format.suffix;
+      if (known.count(name) == 0) {
+        names.insert(std::move(name));
+      }
+    }
+  }
+  return names;
+}
+
+bool is_varying_macro(const std::string& name) {
+  static const std::set<std::string> kVarying{
+      "__LINE__",          "__FILE__",      "__COUNTER__",
+      "__DATE__",          "__TIME__",      "__TIMESTAMP__",
+      "__INCLUDE_LEVEL__", "__BASE_FILE__", "__FILE_NAME__"};
+  return kVarying.count(name) > 0;
+}
