@@ -81,6 +81,7 @@ namespace {
 struct Walk {
   std::set<std::string> words;
   std::string target;
+  bool isC = true;
   std::set<std::string> seen;
   std::vector<std::string> files;
 
@@ -116,12 +117,28 @@ struct Walk {
     std::sort(subdirs.begin(), subdirs.end());
   }
 
+  // A compiler proper for the other language: beside "cc1" and "cc1plus",
+  // the C product reads the first and the C++ product the second.
+  bool OtherLanguage(const std::string& name,
+                     const std::vector<std::string>& names) const {
+    auto has = [&names](const std::string& other) {
+      return std::find(names.begin(), names.end(), other) != names.end();
+    };
+    const bool plus =
+        name.size() > 4 && name.compare(name.size() - 4, 4, "plus") == 0;
+    return isC ? plus && has(name.substr(0, name.size() - 4))
+               : has(name + "plus");
+  }
+
   // `related`: the directory's name, or one above it, names the compiler.
   void Visit(const std::string& dir, int depth, bool related) {
     std::vector<std::string> names;
     std::vector<std::string> subdirs;
     List(dir, names, subdirs);
     for (const std::string& name : names) {
+      if (OtherLanguage(name, names)) {
+        continue;
+      }
       const bool program = access((dir + "/" + name).c_str(), X_OK) == 0;
       const bool named = contains_any(name, words);
       if ((named && is_shared_library(name) && depth == 0) ||
@@ -133,9 +150,12 @@ struct Walk {
     if (depth == kMaxDepth) {
       return;
     }
-    const bool narrowed =
-        related && !target.empty() &&
+    const bool hasTarget =
         std::find(subdirs.begin(), subdirs.end(), target) != subdirs.end();
+    const bool narrowed = related && !target.empty() && hasTarget;
+    if (depth == 1 && related && !target.empty() && !hasTarget) {
+      return;  // a tree of other targets' compilers, such as "gcc-cross"
+    }
     for (const std::string& sub : subdirs) {
       const bool subRelated = related || contains_any(sub, words);
       if (subRelated && (!narrowed || sub == target)) {
@@ -147,13 +167,15 @@ struct Walk {
 
 }  // namespace
 
-std::vector<std::string> compiler_files_of(const std::string& program) {
+std::vector<std::string> compiler_files_of(const std::string& program,
+                                           bool isC) {
   const std::string::size_type slash = program.rfind('/');
   const std::string bin = program.substr(0, slash);
   const CompilerName name = split_compiler_name(program.substr(slash + 1));
   Walk walk;
   walk.words = related_words(name);
   walk.target = name.target;
+  walk.isC = isC;
   walk.Add(program);
   if (!name.target.empty()) {
     std::vector<std::string> files;

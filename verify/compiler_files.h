@@ -36,9 +36,13 @@ std::set<std::string> related_words(const CompilerName& name);
 /// the program's), the shared libraries whose names contain a related word
 /// and the programs named "cc..." or with a related word inside
 /// directories whose names contain one (for a directory that has a
-/// subdirectory named after the target, only that one). Each file once,
-/// by its real path, in the order found.
-std::vector<std::string> compiler_files_of(const std::string& program);
+/// subdirectory named after the target, only that one; a directory
+/// directly below "lib*" whose target subdirectories do not include this
+/// one is left out). Of a pair such as "cc1" and "cc1plus", the C product
+/// (`isC`) takes the first, the C++ product the second. Each file once, by
+/// its real path, in the order found.
+std::vector<std::string> compiler_files_of(const std::string& program,
+                                           bool isC);
 
 /// The absolute path of the program that the compile command runs: the
 /// command's first word, looked up on the PATH by the shell when it holds

@@ -45,6 +45,21 @@ void collect_file(const std::string& path, CompilerStrings* strings) {
   });
 }
 
+// A stem names one kind of type or mode: capitals and digits, beginning
+// with a capital ("FLT16", "DEC32", "LDBL"). Longer pieces of names would
+// fill every format with every phrase of the compiler's strings.
+static bool is_stem(const std::string& stem) {
+  if (stem.empty() || stem[0] < 'A' || stem[0] > 'Z') {
+    return false;
+  }
+  for (char c : stem) {
+    if (!((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::set<std::string> format_names(const std::set<NameFormat>& formats,
                                    const std::set<std::string>& known) {
   std::set<std::string> stems;
@@ -59,7 +74,11 @@ std::set<std::string> format_names(const std::set<NameFormat>& formats,
       if (name.size() > fixed &&
           name.compare(name.size() - format.suffix.size(), format.suffix.size(),
                        format.suffix) == 0) {
-        stems.insert(name.substr(format.prefix.size(), name.size() - fixed));
+        std::string stem =
+            name.substr(format.prefix.size(), name.size() - fixed);
+        if (is_stem(stem)) {
+          stems.insert(std::move(stem));
+        }
       }
     }
   }

@@ -40,8 +40,9 @@ void collect_file(const std::string& path, CompilerStrings* strings);
 
 /// The names the formats make from the stems of `known` names: a known
 /// name that a format's prefix begins and its suffix ends gives the text
-/// between as a stem (from "__FLT16_MAX__" and "__%s_MAX__": "FLT16"), and
-/// every format is filled with every stem. Names already in `known` are
+/// between as a stem (from "__FLT16_MAX__" and "__%s_MAX__": "FLT16") when
+/// it is capitals and digits beginning with a capital, and every format is
+/// filled with every stem. Names already in `known` are
 /// left out.
 std::set<std::string> format_names(const std::set<NameFormat>& formats,
                                    const std::set<std::string>& known);

@@ -77,24 +77,26 @@ ValueShape value_shape(const std::string& value) {
 std::string claim_source(const std::string& name, const std::string& value,
                          ValueShape shape, int id) {
   const std::string n = std::to_string(id);
-  const std::string fail = std::string("#include \"") + kMissingHeader + "\"\n";
+  const std::string fail = "#error tg_bad_" + n + "\n";
+  const std::string defined =
+      std::string(kIfndef) + name + "\n" + fail + kEndif + "\n";
   switch (shape) {
     case ValueShape::kEmpty:
-      return defined_claim(name) + "#if !((1 " + name + " + 1) == 2)\n" + fail +
-             kEndif + "\n";
+      return defined + "#if !((1 " + name + " + 1) == 2)\n" + fail + kEndif +
+             "\n";
     case ValueShape::kInteger:
-      return defined_claim(name) + "#if !((" + name + ") == (" + value +
-             "))\n" + fail + kEndif + "\n";
+      return defined + "#if !((" + name + ") == (" + value + "))\n" + fail +
+             kEndif + "\n";
     case ValueShape::kFloat:
-      return defined_claim(name) + "typedef char tg_ok_" + n + "[((" + name +
-             ") == (" + value + ")) * 2 - 1];\n";
+      return defined + "typedef char tg_ok_" + n + "[((" + name + ") == (" +
+             value + ")) * 2 - 1];\n";
     case ValueShape::kType:
-      return defined_claim(name) + "extern " + value + " tg_v_" + n +
-             ";\nextern " + name + " tg_v_" + n + ";\n";
+      return defined + "extern " + value + " tg_v_" + n + ";\nextern " + name +
+             " tg_v_" + n + ";\n";
     case ValueShape::kOther:
-      break;
+      return defined;
   }
-  return std::string();
+  return defined;
 }
 
 static std::string shape_test(ValueShape shape, const std::string& name) {
@@ -210,42 +212,44 @@ static void check_written(TesselGen& tg, std::vector<MacroFact>& facts) {
   }
 }
 
-// Every name the compiler's files and headers offer that no define line
-// of `personality` names yet.
+// The names to test for definitions no line shows: those of the
+// compiler's files and those its name formats make (with stems from every
+// name known: the files', the header scan's and the written ones), less
+// the names of define lines and the header scan's remaining candidates,
+// which the macro stage has tested already.
 static std::vector<std::string> new_candidates(TesselGen& tg,
                                                const Personality& personality) {
   CompilerStrings strings;
   const std::string program = resolve_compiler_program(tg);
   if (!program.empty()) {
-    for (const std::string& file : compiler_files_of(program)) {
+    for (const std::string& file : compiler_files_of(program, tg.isC)) {
       tg.log.info("Verify macros: names from " + file);
       collect_file(file, &strings);
     }
   }
-  std::set<std::string> known = strings.identifiers;
-  known.insert(tg.candidateKeywords.begin(), tg.candidateKeywords.end());
   std::set<std::string> taken;
   for (const PersonalityLine& line : personality.lines) {
     if (line.kind == LineKind::kDefine) {
-      const std::string name = line.name.substr(0, line.name.find('('));
-      taken.insert(name);
-      known.insert(name);
+      taken.insert(line.name.substr(0, line.name.find('(')));
     }
   }
   for (const std::string& define : tg.implicitDefines) {
     taken.insert(define.substr(0, define.find('=')));
   }
-  const std::set<std::string> filled = format_names(strings.formats, known);
-  known.insert(filled.begin(), filled.end());
+  std::set<std::string> known = strings.identifiers;
+  known.insert(tg.candidateKeywords.begin(), tg.candidateKeywords.end());
+  known.insert(taken.begin(), taken.end());
+  std::set<std::string> fresh = format_names(strings.formats, known);
+  fresh.insert(strings.identifiers.begin(), strings.identifiers.end());
   static const std::set<std::string> kNeverTested{
-      "defined", "__VA_ARGS__", "__VA_OPT__", "and",   "and_eq",
-      "bitand",  "bitor",       "compl",      "not",   "not_eq",
-      "or",      "or_eq",       "xor",        "xor_eq"};
+      "defined", "__VA_ARGS__", "__VA_OPT__", "_Pragma", "and",
+      "and_eq",  "bitand",      "bitor",      "compl",   "not",
+      "not_eq",  "or",          "or_eq",      "xor",     "xor_eq"};
   std::vector<std::string> candidates;
-  for (const std::string& name : known) {
-    if (taken.count(name) == 0 && kNeverTested.count(name) == 0 &&
-        tg.languageKeywords.count(name) == 0 && !is_varying_macro(name) &&
-        name.rfind("__has_", 0) != 0) {
+  for (const std::string& name : fresh) {
+    if (taken.count(name) == 0 && tg.candidateKeywords.count(name) == 0 &&
+        kNeverTested.count(name) == 0 && tg.languageKeywords.count(name) == 0 &&
+        !is_varying_macro(name) && name.rfind("__has_", 0) != 0) {
       candidates.push_back(name);
     }
   }
@@ -260,8 +264,15 @@ static std::vector<MacroFact> add_missing(TesselGen& tg,
   const std::vector<std::string> candidates = new_candidates(tg, personality);
   tg.log.info("Verify macros: " + std::to_string(candidates.size()) +
               " candidate names");
-  for (const std::string& name : defined_macros(tg, candidates)) {
-    std::optional<std::string> raw = message_value(tg, name);
+  const std::set<std::string> found = defined_macros(tg, candidates);
+  const std::map<std::string, std::string> batch =
+      line_values(tg, std::vector<std::string>(found.begin(), found.end()));
+  for (const std::string& name : found) {
+    auto answer = batch.find(name);
+    std::optional<std::string> raw =
+        answer == batch.end()    ? message_value(tg, name)
+        : answer->second != name ? std::optional<std::string>(answer->second)
+                                 : std::nullopt;
     std::optional<std::string> entry =
         raw ? record_value(tg, name, *raw, "") : std::nullopt;
     if (!entry) {
@@ -273,8 +284,9 @@ static std::vector<MacroFact> add_missing(TesselGen& tg,
     fact.entry = *entry;
     fact.now = value_of(*entry);
     fact.status = FactStatus::kAdded;
-    fact.test = "#ifdef " + name +
-                ": #error named; value from #include M(yyy " + name + " zzz)";
+    fact.test = "#ifdef " + name + ": #error named; value from " +
+                (answer == batch.end() ? "#include" : "#line 1") + " M(yyy " +
+                name + " zzz)";
     added.push_back(fact);
   }
   return added;

@@ -32,13 +32,10 @@ enum class ValueShape {
 ValueShape value_shape(const std::string& value);
 
 /// The source lines that compile only when NAME is defined and expands to
-/// `value` of `shape`; `id` makes the declared names unique. Empty for
-/// `kOther`.
+/// `value` of `shape` (for `kOther`: only when it is defined). Each way of
+/// failing names `id` in the compiler's message: "#error tg_bad_ID", or the
+/// declared names "tg_ok_ID" and "tg_v_ID".
 std::string claim_source(const std::string& name, const std::string& value,
                          ValueShape shape, int id);
-
-/// Reads the names that "#error tg_def_N NAME" blocks reported from the
-/// compiler's `output`: each N, in order of appearance.
-std::vector<int> reported_defines(const std::string& output);
 
 #endif  // TESSEL_VERIFY_MACRO_CHECK_H_

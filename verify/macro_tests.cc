@@ -31,54 +31,108 @@ bool claims_hold(TesselGen& tg, const std::string& body) {
   return built && output.find(kMissingHeader) == std::string::npos;
 }
 
-static void split_failures(TesselGen& tg,
-                           const std::vector<std::string>& claims,
-                           std::size_t first, std::size_t last,
-                           std::vector<std::size_t>& failing) {
-  std::string body;
-  for (std::size_t i = first; i < last; ++i) {
-    body += claims[i];
+std::vector<int> marker_ids(const std::string& output, const char* marker) {
+  const std::string text = marker;
+  std::vector<int> ids;
+  std::string::size_type at = output.find(text);
+  while (at != std::string::npos) {
+    const std::string::size_type digits = at + text.size();
+    std::string::size_type end = digits;
+    int id = 0;
+    while (end < output.size() && end - digits < 9 && output[end] >= '0' &&
+           output[end] <= '9') {
+      id = id * 10 + (output[end] - '0');
+      ++end;
+    }
+    if (end > digits) {
+      ids.push_back(id);
+    }
+    at = output.find(text, end);
   }
-  if (claims_hold(tg, body)) {
-    return;
+  return ids;
+}
+
+// The claims among `group` (indexes into `claims`) that the messages of a
+// failed compile name.
+static std::set<std::size_t> named_claims(
+    const std::string& output, const std::vector<std::size_t>& group) {
+  // Warnings and notes may name claims that hold ("variably modified
+  // 'tg_ok_3'", "previous declaration of 'tg_v_4'"): only errors count.
+  std::string errors;
+  std::string::size_type start = 0;
+  while (start < output.size()) {
+    std::string::size_type end = output.find('\n', start);
+    end = end == std::string::npos ? output.size() : end;
+    const std::string line = output.substr(start, end - start);
+    if (line.find("warning") == std::string::npos &&
+        line.find("note:") == std::string::npos) {
+      errors += line + "\n";
+    }
+    start = end + 1;
   }
-  if (last - first == 1) {
-    failing.push_back(first);
-    return;
+  std::set<std::size_t> named;
+  for (const char* marker : {"tg_bad_", "tg_ok_", "tg_v_"}) {
+    for (int id : marker_ids(errors, marker)) {
+      const std::size_t index = static_cast<std::size_t>(id) - 1;
+      if (id > 0 &&
+          std::find(group.begin(), group.end(), index) != group.end()) {
+        named.insert(index);
+      }
+    }
   }
-  const std::size_t middle = first + (last - first) / 2;
-  split_failures(tg, claims, first, middle, failing);
-  split_failures(tg, claims, middle, last, failing);
+  return named;
+}
+
+static void find_failures(TesselGen& tg, const std::vector<std::string>& claims,
+                          std::vector<std::size_t> group,
+                          std::vector<std::size_t>& failing) {
+  while (!group.empty()) {
+    std::string body = kAlwaysCompiles;
+    for (std::size_t i : group) {
+      body += claims[i];
+    }
+    std::string output;
+    const bool built = compileTest(tg, body, kMacroCheckBase, nullptr, &output);
+    removeMatching(tg, kMacroCheckBase);
+    if (built && output.find(kMissingHeader) == std::string::npos) {
+      return;
+    }
+    const std::set<std::size_t> named = named_claims(output, group);
+    if (named.empty()) {
+      if (group.size() == 1) {
+        failing.push_back(group.front());
+        return;
+      }
+      const auto middle =
+          group.begin() + static_cast<std::ptrdiff_t>(group.size() / 2);
+      find_failures(tg, claims, std::vector<std::size_t>(group.begin(), middle),
+                    failing);
+      find_failures(tg, claims, std::vector<std::size_t>(middle, group.end()),
+                    failing);
+      return;
+    }
+    failing.insert(failing.end(), named.begin(), named.end());
+    group.erase(
+        std::remove_if(group.begin(), group.end(),
+                       [&named](std::size_t i) { return named.count(i) > 0; }),
+        group.end());
+  }
 }
 
 std::vector<std::size_t> failing_claims(
     TesselGen& tg, const std::vector<std::string>& claims) {
   std::vector<std::size_t> failing;
-  if (!claims.empty()) {
-    split_failures(tg, claims, 0, claims.size(), failing);
+  std::vector<std::size_t> group(claims.size());
+  for (std::size_t i = 0; i < claims.size(); ++i) {
+    group[i] = i;
   }
+  find_failures(tg, claims, group, failing);
+  std::sort(failing.begin(), failing.end());
   return failing;
 }
 
 std::string defined_claim(const std::string& name) {
   return std::string(kIfndef) + name + "\n" + missing_include() + kEndif + "\n";
-}
-
-std::vector<int> reported_defines(const std::string& output) {
-  std::vector<int> ids;
-  std::string::size_type at = output.find(kDefinedMarker);
-  while (at != std::string::npos) {
-    std::string::size_type digits = at + sizeof kDefinedMarker - 1;
-    std::string::size_type end = digits;
-    while (end < output.size() && output[end] >= '0' && output[end] <= '9') {
-      ++end;
-    }
-    if (end > digits && end - digits < 9) {
-      ids.push_back(std::stoi(output.substr(digits, end - digits)));
-    }
-    at = output.find(kDefinedMarker, end);
-  }
-  return ids;
 }
 
 // One compile of the "#error" blocks for candidates `first` on; returns
@@ -95,7 +149,7 @@ static std::vector<int> error_round(TesselGen& tg,
   compileTest(tg, text, kMacroCheckBase, nullptr, &output);
   removeMatching(tg, kMacroCheckBase);
   std::vector<int> ids;
-  for (int id : reported_defines(output)) {
+  for (int id : marker_ids(output, kDefinedMarker)) {
     if (id >= static_cast<int>(first) && id < static_cast<int>(names.size())) {
       ids.push_back(id);
     }
@@ -191,4 +245,69 @@ std::optional<std::string> message_value(TesselGen& tg,
     open = output.find("yyy", close);
   }
   return std::nullopt;
+}
+
+// The expansion at the start of one message line of the "#line" test and
+// the number N of the "tg_u_N" it names; false for other lines.
+static bool line_answer(const std::string& line, int* id, std::string* value) {
+  const std::string::size_type close = line.find("zzz:");
+  const std::string::size_type named = line.find("tg_u_");
+  if (line.rfind("yyy", 0) != 0 || close == std::string::npos ||
+      named == std::string::npos || named < close) {
+    return false;
+  }
+  const std::vector<int> ids = marker_ids(line.substr(named), "tg_u_");
+  if (ids.empty()) {
+    return false;
+  }
+  *id = ids.front();
+  *value = line.substr(3, close - 3);
+  const std::string::size_type a = value->find_first_not_of(' ');
+  *value = a == std::string::npos
+               ? std::string()
+               : value->substr(a, value->find_last_not_of(' ') - a + 1);
+  return true;
+}
+
+std::map<std::string, std::string> line_values(
+    TesselGen& tg, const std::vector<std::string>& names) {
+  std::map<std::string, std::string> values;
+  std::vector<std::size_t> rest(names.size());
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    rest[i] = i;
+  }
+  while (!rest.empty()) {
+    std::string text = std::string(kStringifyS) + "\n" + kStringifyM + "\n";
+    for (std::size_t i : rest) {
+      const std::string n = std::to_string(i + 1);
+      appendPieces(text, "#line 1 M(yyy ", names[i], " zzz)\nint tg_e_", n,
+                   " = tg_u_", n, ";\n");
+    }
+    std::string output;
+    compileTest(tg, text, kMacroCheckBase, nullptr, &output);
+    removeMatching(tg, kMacroCheckBase);
+    std::size_t answered = 0;
+    std::string::size_type start = 0;
+    while (start < output.size()) {
+      std::string::size_type end = output.find('\n', start);
+      end = end == std::string::npos ? output.size() : end;
+      int id = 0;
+      std::string value;
+      if (line_answer(output.substr(start, end - start), &id, &value) &&
+          id >= 1 && static_cast<std::size_t>(id) <= names.size() &&
+          values.emplace(names[static_cast<std::size_t>(id) - 1], value)
+              .second) {
+        ++answered;
+      }
+      start = end + 1;
+    }
+    if (answered == 0) {
+      break;
+    }
+    rest.erase(std::remove_if(
+                   rest.begin(), rest.end(),
+                   [&](std::size_t i) { return values.count(names[i]) > 0; }),
+               rest.end());
+  }
+  return values;
 }

@@ -14,47 +14,57 @@ using Strings = std::vector<std::string>;
 namespace {
 
 // A compiler imitated by fakecc that predefines `macros` and answers the
-// checks' test files as a preprocessor would: a claim about a macro fails
-// with the missing-header message, "#ifdef NAME" / "#error tg_def_N NAME"
-// blocks of defined names are printed as errors (all of them, or only the
-// first when `stopsAtFirst`), and "#include M(yyy NAME zzz)" quotes the
-// value.
+// checks' test files as a preprocessor would. A claim that fails prints
+// its "#error" line or names its declaration (`marks`), or else ends the
+// compile with the missing-header message that names no claim.
+// "#ifdef NAME" / "#error tg_def_N NAME" blocks of defined names are
+// printed as errors (all of them, or only the first when `marks` is
+// false), and "#include M(yyy NAME zzz)" quotes the value.
 std::string Rules(const std::map<std::string, std::string>& macros,
-                  bool stopsAtFirst) {
+                  bool marks) {
   std::string rules = "declare -A MACROS=(";
   for (const auto& [name, value] : macros) {
     rules += " [" + name + "]=" + tessel_test::ShellQuote(value);
   }
-  rules += std::string(" )\nSTOP=") + (stopsAtFirst ? "1" : "0") + "\n";
+  rules += std::string(" )\nMARK=") + (marks ? "1" : "0") + "\n";
   rules += R"(known() { [ -n "${MACROS[$1]+x}" ]; }
-nope() { fail "$FAKE_SRC:1:10: fatal error: ak12345: No such file or directory"; }
 errors=0
+# A failed claim: its message names it, or the compile ends unnamed.
+bad() {
+  [ $MARK = 1 ] || fail "$FAKE_SRC:1:10: fatal error: ak12345: No such file or directory"
+  say_err "$FAKE_SRC:1:2: error: $1"
+  errors=1
+}
 mapfile -t lines <<<"$FAKE_TEXT"
 for ((i = 0; i < ${#lines[@]}; i++)); do
   l=${lines[$i]}
+  next=${lines[$((i + 1))]}
   if [[ $l =~ ^#ifndef\ (.*)$ ]]; then
-    known "${BASH_REMATCH[1]}" || nope
+    known "${BASH_REMATCH[1]}" || bad "$next"
+    ((i += 2))
   elif [[ $l =~ ^#if\ \!\(\(1\ (.*)\ \+\ 1\)\ ==\ 2\)$ ]]; then
-    [ "${MACROS[${BASH_REMATCH[1]}]}" = "" ] || nope
+    [ "${MACROS[${BASH_REMATCH[1]}]}" = "" ] || bad "$next"
+    ((i += 2))
   elif [[ $l =~ ^#if\ \!\(\((.*)\)\ ==\ \((.*)\)\)$ ]]; then
-    [ "${MACROS[${BASH_REMATCH[1]}]}" = "${BASH_REMATCH[2]}" ] || nope
-  elif [[ $l =~ ^typedef\ char\ tg_ok_[0-9]+\[\(\((.*)\)\ ==\ \((.*)\)\) ]]; then
-    [ "${MACROS[${BASH_REMATCH[1]}]}" = "${BASH_REMATCH[2]}" ] ||
-      fail "$FAKE_SRC: error: size of array is negative"
-  elif [[ $l =~ ^extern\ (.*)\ tg_v_[0-9]+\;$ ]]; then
+    [ "${MACROS[${BASH_REMATCH[1]}]}" = "${BASH_REMATCH[2]}" ] || bad "$next"
+    ((i += 2))
+  elif [[ $l =~ ^typedef\ char\ (tg_ok_[0-9]+)\[\(\((.*)\)\ ==\ \((.*)\)\) ]]; then
+    [ "${MACROS[${BASH_REMATCH[2]}]}" = "${BASH_REMATCH[3]}" ] ||
+      bad "size of array '${BASH_REMATCH[1]}' is negative"
+  elif [[ $l =~ ^extern\ (.*)\ (tg_v_[0-9]+)\;$ ]]; then
     type=${BASH_REMATCH[1]}
-    ((i++))
-    [[ ${lines[$i]} =~ ^extern\ (.*)\ tg_v ]]
+    var=${BASH_REMATCH[2]}
+    [[ $next =~ ^extern\ (.*)\ tg_v ]]
     [ "${MACROS[${BASH_REMATCH[1]}]}" = "$type" ] ||
-      fail "$FAKE_SRC: error: conflicting types"
-  elif [[ $l =~ ^#ifdef\ (.*)$ ]]; then
-    name=${BASH_REMATCH[1]}
+      bad "conflicting types for '$var'"
     ((i++))
-    if known "$name"; then
-      say_err "$FAKE_SRC:$i:2: error: ${lines[$i]}"
+  elif [[ $l =~ ^#ifdef\ (.*)$ ]]; then
+    if known "${BASH_REMATCH[1]}"; then
+      say_err "$FAKE_SRC:$i:2: error: $next"
       errors=1
-      [ $STOP = 1 ] && exit 1
+      [ $MARK = 1 ] || exit 1
     fi
+    ((i += 2))
   elif [[ $l =~ ^#error ]]; then
     fail "$FAKE_SRC:1:2: error: $l"
   elif [[ $l =~ ^#include\ M\(yyy\ (.*)\ zzz\)$ ]]; then
@@ -91,7 +101,7 @@ const char kWritten[] =
     "-d __asm=asm\n"
     "-s int=32\n";
 
-std::string Check(bool stopsAtFirst, std::vector<FactResult>* facts) {
+std::string Check(bool marks, std::vector<FactResult>* facts) {
   FakeRun run(true, false);
   TesselGen& tg = *run.tg;
   tg.implicitDefines.push_back("U=1");
@@ -104,7 +114,7 @@ std::string Check(bool stopsAtFirst, std::vector<FactResult>* facts) {
                      "_KIV_STRINGIFY(x)=#x",
                      "__LINE__=3"};
   tg.candidateKeywords = {"D", "E", "G", "H", "__asm"};
-  tessel_test::WriteFakeRules(Rules(kMacros, stopsAtFirst));
+  tessel_test::WriteFakeRules(Rules(kMacros, marks));
   Personality personality;
   std::string err;
   EXPECT_TRUE(parse_personality(kWritten, &personality, &err)) << err;
@@ -143,7 +153,7 @@ std::string Summary(const std::vector<FactResult>& facts) {
 TEST(VerifyMacroCheckStage, CorrectsRemovesAndAddsMacros) {
   ScratchDir scratch;
   std::vector<FactResult> facts;
-  EXPECT_EQ(kChecked, Check(false, &facts));
+  EXPECT_EQ(kChecked, Check(true, &facts));
   EXPECT_EQ(
       "A 1 -> 1 confirmed | #if (A) == (VALUE)\n"
       "B 2 -> 3 corrected | #include M(yyy B zzz): value in the message\n"
@@ -163,11 +173,16 @@ TEST(VerifyMacroCheckStage, CorrectsRemovesAndAddsMacros) {
       Summary(facts));
 }
 
-// A compiler that stops at its first "#error" is asked again from the name
-// after the last one it reported, until it reports none.
-TEST(VerifyMacroCheckStage, CompilerStoppingAtFirstErrorIsAskedAgain) {
+// A compiler that names no failed claim has the failing groups split, and
+// one that stops at its first "#error" is asked again from the name after
+// the last one it reported, until it reports none.
+TEST(VerifyMacroCheckStage, UnnamedFailuresAndEarlyStopsGiveTheSameResult) {
   ScratchDir scratch;
   std::vector<FactResult> facts;
-  EXPECT_EQ(kChecked, Check(true, &facts));
-  EXPECT_EQ(10u, facts.size());
+  EXPECT_EQ(kChecked, Check(false, &facts));
+  ASSERT_EQ(10u, facts.size());
+  EXPECT_EQ("B", facts[1].name);
+  EXPECT_EQ(FactStatus::kCorrected, facts[1].status);
+  EXPECT_EQ("H", facts[9].name);
+  EXPECT_EQ(FactStatus::kAdded, facts[9].status);
 }

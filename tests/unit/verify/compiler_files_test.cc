@@ -27,7 +27,8 @@ TEST(CompilerFiles, CppDriversRelateToTheirCDrivers) {
 }
 
 // An installation laid out like a cross gcc's: the driver in bin, the
-// compiler proper under lib/gcc/TARGET/VERSION beside other targets, a
+// compiler proper under lib/gcc/TARGET/VERSION beside other targets and
+// another language's compiler, a tree of other targets' compilers, a
 // library that names the compiler under lib, and files that do not belong.
 TEST(CompilerFiles, InstallationFilesThatHoldTheCompiler) {
   tessel_test::ScratchDir scratch;
@@ -45,6 +46,8 @@ TEST(CompilerFiles, InstallationFilesThatHoldTheCompiler) {
   make("bin/avr-as", true);
   make("lib/gcc/avr/5.4.0/cc1", true);
   make("lib/gcc/avr/5.4.0/f951", true);
+  make("lib/gcc/avr/5.4.0/cc1plus", true);
+  make("lib/gcc-cross/arm-none-eabi/12/cc1", true);
   make("lib/gcc/avr/5.4.0/include/stdint.h", false);
   make("lib/gcc/arm-none-eabi/12/cc1", true);
   make("lib/libgcc-tools.so.1", false);
@@ -54,5 +57,8 @@ TEST(CompilerFiles, InstallationFilesThatHoldTheCompiler) {
                 top + "/bin/avr-gcc", top + "/bin/avr-ccom",
                 top + "/lib/libgcc-tools.so.1", top + "/lib/gcc/avr/5.4.0/cc1",
                 top + "/libexec/gcc/avr/5.4.0/cc1plus"}),
-            compiler_files_of(top + "/bin/avr-gcc"));
+            compiler_files_of(top + "/bin/avr-gcc", true));
+  // The C++ product reads cc1plus where both stand.
+  EXPECT_EQ(top + "/lib/gcc/avr/5.4.0/cc1plus",
+            compiler_files_of(top + "/bin/avr-gcc", false)[3]);
 }
