@@ -9,6 +9,7 @@
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
 #include "probes/include_dirs.h"
+#include "verify/compiler_files.h"
 
 namespace {
 
@@ -132,7 +133,8 @@ std::string first_included_file(const std::string& output,
 
 std::vector<std::string> combine_search_order(
     const std::vector<std::string>& written,
-    const std::vector<OrderEvidence>& evidence) {
+    const std::vector<OrderEvidence>& evidence,
+    const std::map<std::string, int>& rank) {
   std::map<std::string, std::set<std::string>> before;  // dir -> must follow
   for (const OrderEvidence& found : evidence) {
     for (const std::string& other : found.others) {
@@ -144,14 +146,25 @@ std::vector<std::string> combine_search_order(
   std::vector<std::string> rest = written;
   std::vector<std::string> order;
   while (!rest.empty()) {
-    auto ready = std::find_if(rest.begin(), rest.end(), [&](const auto& dir) {
+    auto isReady = [&](const std::string& dir) {
       for (const std::string& earlier : before[dir]) {
         if (std::find(rest.begin(), rest.end(), earlier) != rest.end()) {
           return false;
         }
       }
       return true;
-    });
+    };
+    auto rankOf = [&rank](const std::string& dir) {
+      auto found = rank.find(dir);
+      return found == rank.end() ? 0 : found->second;
+    };
+    auto ready = rest.end();
+    for (auto it = rest.begin(); it != rest.end(); ++it) {
+      if (isReady(*it) &&
+          (ready == rest.end() || rankOf(*it) < rankOf(*ready))) {
+        ready = it;
+      }
+    }
     if (ready == rest.end()) {
       ready = rest.begin();  // a contradiction: keep the written order
     }
@@ -280,26 +293,67 @@ static std::vector<std::string> search_candidates(
   return unique;
 }
 
-// A directory is searched when the compiler takes a header from it, and
-// not searched when one of its headers cannot be included at all.
+// A directory is searched when the compiler takes a header from it. It
+// is dropped when one of its headers cannot be included at all, or when
+// for every header tried the compiler named another copy: it is then an
+// alias of another directory or a subdirectory never searched as a root.
 static void search_test(TesselGen& tg, const std::string& dir,
                         const std::vector<std::string>& dirs, DirState& state) {
   int tries = 0;
+  int elsewhere = 0;
+  std::string last;
   for (const std::string& header : search_candidates(tg, dir, dirs)) {
-    if (tries++ == kMaxSearchTries) {
+    if (tries == kMaxSearchTries) {
       break;
     }
-    if (included_copy(tg, header) == lexical_path(dir + "/" + header)) {
+    ++tries;
+    const std::string copy = included_copy(tg, header);
+    if (copy == lexical_path(dir + "/" + header)) {
       state.searched = true;
       state.test = "#include <" + header + "> after int x[: this copy named";
       return;
     }
-    if (!IsHeaderFound(tg, header)) {
+    if (!copy.empty()) {
+      ++elsewhere;
+      last = header;
+    } else if (!IsHeaderFound(tg, header)) {
       state.dropped = true;
       state.test = "#include <" + header + ">: file not found";
       return;
     }
   }
+  if (tries > 0 && elsewhere == tries) {
+    state.dropped = true;
+    state.test = "#include <" + last + "> after int x[: another copy named";
+  }
+}
+
+// Where no header decides, a C++ product's library directories come first,
+// then those of the compiler's own installation (named like the compiler),
+// then the others, a directory after those below it.
+static std::map<std::string, int> tie_ranks(
+    TesselGen& tg, const std::vector<std::string>& dirs) {
+  std::set<std::string> words;
+  const std::string program = resolve_compiler_program(tg);
+  if (!program.empty()) {
+    words = related_words(
+        split_compiler_name(program.substr(program.rfind('/') + 1)));
+  }
+  std::map<std::string, int> rank;
+  for (const std::string& dir : dirs) {
+    const std::string path = lexical_path(dir);
+    int r = 2;
+    for (const std::string& other : dirs) {
+      if (lexical_path(other).rfind(path + "/", 0) == 0) {
+        r = 3;
+      }
+    }
+    for (const std::string& word : words) {
+      r = path.find(word) != std::string::npos ? 1 : r;
+    }
+    rank[dir] = !tg.isC && path.find("c++") != std::string::npos ? 0 : r;
+  }
+  return rank;
 }
 
 // The written include section, in order; the "-q" line of a directory
@@ -405,7 +459,8 @@ std::vector<FactResult> check_include_dirs(TesselGen& tg,
       kept.push_back(dir);
     }
   }
-  const std::vector<std::string> order = combine_search_order(kept, evidence);
+  const std::vector<std::string> order =
+      combine_search_order(kept, evidence, tie_ranks(tg, kept));
   if (order != dirs) {
     rewrite_section(personality, written, order);
     tg.ImplicitIncludeDirs = order;

@@ -1,6 +1,7 @@
 #ifndef TESSEL_VERIFY_INCLUDE_CHECK_H_
 #define TESSEL_VERIFY_INCLUDE_CHECK_H_
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -42,11 +43,13 @@ struct OrderEvidence {
 };
 
 /// `written` reordered so that every evidence's `first` comes before its
-/// `others`; where no evidence decides, the written order is kept (the
-/// earliest written directory that nothing must precede comes next).
-/// Contradictory evidence is resolved in written order.
+/// `others`. Where no evidence decides, the directory of lowest `rank`
+/// (0 when not given) that nothing must precede comes next, the earliest
+/// written among equals. Contradictory evidence is resolved in written
+/// order.
 std::vector<std::string> combine_search_order(
     const std::vector<std::string>& written,
-    const std::vector<OrderEvidence>& evidence);
+    const std::vector<OrderEvidence>& evidence,
+    const std::map<std::string, int>& rank = {});
 
 #endif  // TESSEL_VERIFY_INCLUDE_CHECK_H_

@@ -35,6 +35,20 @@ static void collect_formats(std::string_view text, CompilerStrings* strings) {
 
 void collect_string(std::string_view text, CompilerStrings* strings) {
   SplitPrintable(std::string(text), strings->identifiers);
+  // A driver that defines macros for its preprocessor holds "-DNAME=...";
+  // the split above sees "DNAME".
+  std::string_view::size_type at = text.find("-D");
+  while (at != std::string_view::npos) {
+    std::string_view::size_type end = at + 2;
+    while (end < text.size() && is_name_char(text[end])) {
+      ++end;
+    }
+    if (end > at + 2 && !(text[at + 2] >= '0' && text[at + 2] <= '9')) {
+      strings->identifiers.insert(
+          std::string(text.substr(at + 2, end - at - 2)));
+    }
+    at = text.find("-D", end);
+  }
   collect_formats(text, strings);
 }
 

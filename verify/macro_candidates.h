@@ -29,9 +29,10 @@ struct CompilerStrings {
 };
 
 /// Adds the identifiers and the name formats of one string of a compiler
-/// file to `strings`. A format is a run of letters, digits and "_" around
-/// one "%s", whose text before begins with "__" and whose text after is at
-/// least three characters long ("__%s_MAX__"; not "__%s_" or "__x%s").
+/// file to `strings`; a name after "-D" counts as an identifier of its own. A
+/// format is a run of letters, digits and "_" around one "%s", whose text
+/// before begins with "__" and whose text after is at least three characters
+/// long ("__%s_MAX__"; not "__%s_" or "__x%s").
 void collect_string(std::string_view text, CompilerStrings* strings);
 
 /// Reads the file at `path` as the header scan reads binary files and

@@ -101,7 +101,8 @@ const char kWritten[] =
     "-d __asm=asm\n"
     "-s int=32\n";
 
-std::string Check(bool marks, std::vector<FactResult>* facts) {
+std::string Check(const std::string& scratch, bool marks,
+                  std::vector<FactResult>* facts) {
   FakeRun run(true, false);
   TesselGen& tg = *run.tg;
   tg.implicitDefines.push_back("U=1");
@@ -113,7 +114,20 @@ std::string Check(bool marks, std::vector<FactResult>* facts) {
                      "V=_KIV_STRINGIFY(1.0)",
                      "_KIV_STRINGIFY(x)=#x",
                      "__LINE__=3"};
-  tg.candidateKeywords = {"D", "E", "G", "H", "__asm"};
+  // The names come from the compiler's installation: a library of its
+  // own beside the program; the header scan's candidates were tested by
+  // the macro stage already.
+  const std::string top = scratch + "/inst";
+  tessel_test::WriteFile(top + "/bin/fakecc",
+                         "#!/bin/sh\nexec " +
+                             tessel_test::ShellQuote(tessel_test::kFakeCc) +
+                             " \"$@\"\n");
+  tessel_test::RunProcess("chmod +x " +
+                          tessel_test::ShellQuote(top + "/bin/fakecc"));
+  tessel_test::WriteFile(top + "/lib/libfakecc.so",
+                         std::string("\x7f\x7f\0D\0E\0G\0H\0A\0__asm\0", 19));
+  tg.compilerExe = top + "/bin/fakecc";
+  tg.candidateKeywords = {"E2"};
   tessel_test::WriteFakeRules(Rules(kMacros, marks));
   Personality personality;
   std::string err;
@@ -153,7 +167,7 @@ std::string Summary(const std::vector<FactResult>& facts) {
 TEST(VerifyMacroCheckStage, CorrectsRemovesAndAddsMacros) {
   ScratchDir scratch;
   std::vector<FactResult> facts;
-  EXPECT_EQ(kChecked, Check(true, &facts));
+  EXPECT_EQ(kChecked, Check(scratch.work(), true, &facts));
   EXPECT_EQ(
       "A 1 -> 1 confirmed | #if (A) == (VALUE)\n"
       "B 2 -> 3 corrected | #include M(yyy B zzz): value in the message\n"
@@ -179,7 +193,7 @@ TEST(VerifyMacroCheckStage, CorrectsRemovesAndAddsMacros) {
 TEST(VerifyMacroCheckStage, UnnamedFailuresAndEarlyStopsGiveTheSameResult) {
   ScratchDir scratch;
   std::vector<FactResult> facts;
-  EXPECT_EQ(kChecked, Check(false, &facts));
+  EXPECT_EQ(kChecked, Check(scratch.work(), false, &facts));
   ASSERT_EQ(10u, facts.size());
   EXPECT_EQ("B", facts[1].name);
   EXPECT_EQ(FactStatus::kCorrected, facts[1].status);

@@ -78,3 +78,20 @@ TEST(CombineSearchOrder, ContradictionKeepsTheWrittenOrder) {
   const std::vector<OrderEvidence> evidence{{"/a", {"/b"}}, {"/b", {"/a"}}};
   EXPECT_EQ(written, combine_search_order(written, evidence));
 }
+
+TEST(CombineSearchOrder, RankDecidesWhereNoEvidenceDoes) {
+  const Strings written{"/usr/include", "/usr/include/x86", "/usr/lib/gcc"};
+  const std::vector<OrderEvidence> evidence{
+      {"/usr/lib/gcc", {"/usr/include"}},
+      {"/usr/include/x86", {"/usr/include"}}};
+  const std::map<std::string, int> rank{
+      {"/usr/include", 3}, {"/usr/include/x86", 2}, {"/usr/lib/gcc", 1}};
+  EXPECT_EQ((Strings{"/usr/lib/gcc", "/usr/include/x86", "/usr/include"}),
+            combine_search_order(written, evidence, rank));
+  // Evidence outweighs rank.
+  EXPECT_EQ((Strings{"/usr/include/x86", "/usr/include", "/usr/lib/gcc"}),
+            combine_search_order(written,
+                                 {{"/usr/include", {"/usr/lib/gcc"}},
+                                  {"/usr/include/x86", {"/usr/include"}}},
+                                 rank));
+}

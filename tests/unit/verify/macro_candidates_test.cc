@@ -10,12 +10,20 @@ TEST(MacroCandidates, StringsGiveIdentifiersAndReservedFormats) {
   collect_string("FP_FAST_%s", &strings);
   collect_string("__x%s", &strings);
   EXPECT_EQ((std::set<std::string>{"__", "s_HAS_DENORM__", "D__", "s_MAX__",
-                                   "s", "s_", "FP_FAST_", "__x"}),
+                                   "s", "s_", "FP_FAST_", "__x", "__"}),
             strings.identifiers);
   ASSERT_EQ(2u, strings.formats.size());
   EXPECT_EQ("__", strings.formats.begin()->prefix);
   EXPECT_EQ("_HAS_DENORM__", strings.formats.begin()->suffix);
   EXPECT_EQ("_MAX__", strings.formats.rbegin()->suffix);
+}
+
+TEST(MacroCandidates, DriverDefinesGiveTheirNames) {
+  CompilerStrings strings;
+  collect_string("-D__amd64__ -D__STDC__=1 -D1", &strings);
+  EXPECT_EQ(1u, strings.identifiers.count("__amd64__"));
+  EXPECT_EQ(1u, strings.identifiers.count("__STDC__"));
+  EXPECT_EQ(1u, strings.identifiers.count("D__amd64__"));
 }
 
 TEST(MacroCandidates, FormatsAreFilledWithTheStemsOfKnownNames) {
