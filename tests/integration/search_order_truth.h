@@ -86,6 +86,23 @@ inline std::map<std::string, std::string> Macros(const std::string& command,
   return macros;
 }
 
+/// `value` with every macro in it expanded by `command`'s preprocessor
+/// ("__ORDER_LITTLE_ENDIAN__" gives "1234"), as a message quotes it.
+inline std::string Expanded(const std::string& command, bool isC,
+                            const std::string& value) {
+  tessel_test::WriteFile("truth_expand.txt", value + "\n");
+  const std::string lang = isC ? "c" : "c++";
+  tessel_test::ProcessResult result = tessel_test::RunProcess(
+      command + " -x" + lang + " -E -P truth_expand.txt");
+  std::string last;
+  for (const std::string& line : tessel_test::Lines(result.out)) {
+    if (!line.empty() && line[0] != '#') {
+      last = line;
+    }
+  }
+  return last;
+}
+
 /// True for the macros whose value changes with each use or run.
 inline bool Varies(const std::string& name) {
   return name == "__LINE__" || name == "__FILE__" || name == "__COUNTER__" ||

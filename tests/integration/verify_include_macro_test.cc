@@ -174,7 +174,10 @@ class VerifyRun {
       auto known = truth.find(line.name);
       if (known == truth.end()) {
         outcome.notDefined.push_back(line.name);
-      } else if (search_truth::PersonalityValue(known->second) != line.value) {
+      } else if (search_truth::PersonalityValue(known->second) != line.value &&
+                 search_truth::PersonalityValue(search_truth::Expanded(
+                     TruthCommand(compiler_), compiler_.isC, known->second)) !=
+                     line.value) {
         outcome.wrongValues.push_back(line.name + "=" + line.value +
                                       " (compiler: " + known->second + ")");
       }
