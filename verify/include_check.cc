@@ -328,9 +328,10 @@ static void search_test(TesselGen& tg, const std::string& dir,
   }
 }
 
-// Where no header decides, a C++ product's library directories come first,
-// then those of the compiler's own installation (named like the compiler),
-// then the others, a directory after those below it.
+// Where no header decides, a C++ product's library directories come first
+// (those below another of them after the others), then those of the
+// compiler's own installation (named like the compiler), then the others,
+// a directory after those below it.
 static std::map<std::string, int> tie_ranks(
     TesselGen& tg, const std::vector<std::string>& dirs) {
   std::set<std::string> words;
@@ -339,19 +340,25 @@ static std::map<std::string, int> tie_ranks(
     words = related_words(
         split_compiler_name(program.substr(program.rfind('/') + 1)));
   }
+  auto isCpp = [&tg](const std::string& path) {
+    return !tg.isC && path.find("c++") != std::string::npos;
+  };
   std::map<std::string, int> rank;
   for (const std::string& dir : dirs) {
     const std::string path = lexical_path(dir);
-    int r = 2;
+    bool parent = false;
+    bool belowCpp = false;
     for (const std::string& other : dirs) {
-      if (lexical_path(other).rfind(path + "/", 0) == 0) {
-        r = 3;
-      }
+      const std::string otherPath = lexical_path(other);
+      parent = parent || otherPath.rfind(path + "/", 0) == 0;
+      belowCpp =
+          belowCpp || (isCpp(otherPath) && path.rfind(otherPath + "/", 0) == 0);
     }
+    int r = parent ? 4 : 3;
     for (const std::string& word : words) {
-      r = path.find(word) != std::string::npos ? 1 : r;
+      r = path.find(word) != std::string::npos ? 2 : r;
     }
-    rank[dir] = !tg.isC && path.find("c++") != std::string::npos ? 0 : r;
+    rank[dir] = isCpp(path) ? (belowCpp ? 1 : 0) : r;
   }
   return rank;
 }

@@ -156,18 +156,12 @@ static std::optional<std::string> record_value(TesselGen& tg,
   return std::nullopt;
 }
 
-// Decides a macro whose batched claim failed, or whose value only a
-// message shows.
-static void resolve_alone(TesselGen& tg, MacroFact& fact) {
-  if (!claims_hold(tg, defined_claim(fact.name))) {
-    tg.FoundDefines.erase(fact.entry);
-    fact.kept = false;
-    fact.status = FactStatus::kCorrected;
-    fact.test = "#ifndef " + fact.name + ": not defined";
-    return;
-  }
-  fact.test = "#include M(yyy " + fact.name + " zzz): value in the message";
-  std::optional<std::string> raw = message_value(tg, fact.name);
+// Records the value `raw` read for a written macro, or marks it unchecked
+// when nothing could be read.
+static void settle(TesselGen& tg, MacroFact& fact,
+                   const std::optional<std::string>& raw,
+                   const std::string& method) {
+  fact.test = method + " M(yyy " + fact.name + " zzz): value in the message";
   std::optional<std::string> entry =
       raw ? record_value(tg, fact.name, *raw, fact.entry) : std::nullopt;
   if (!entry) {
@@ -178,6 +172,54 @@ static void resolve_alone(TesselGen& tg, MacroFact& fact) {
   fact.status =
       *entry == fact.entry ? FactStatus::kConfirmed : FactStatus::kCorrected;
   fact.entry = *entry;
+}
+
+// Decides the macros whose batched claims failed, and those whose value
+// only a message shows: the undefined ones go, the others' values are
+// read, all at once where the compiler allows.
+static void resolve(TesselGen& tg, std::vector<MacroFact>& facts,
+                    const std::vector<std::size_t>& open,
+                    const std::vector<bool>& failed) {
+  std::vector<std::string> claims;
+  std::vector<std::size_t> asked;
+  for (std::size_t i : open) {
+    if (failed[i]) {
+      asked.push_back(i);
+      claims.push_back(claim_source(facts[i].name, "", ValueShape::kOther,
+                                    static_cast<int>(claims.size()) + 1));
+    }
+  }
+  std::set<std::size_t> undefined;
+  for (std::size_t index : failing_claims(tg, claims)) {
+    undefined.insert(asked[index]);
+  }
+  std::vector<std::string> names;
+  for (std::size_t i : open) {
+    if (undefined.count(i) == 0) {
+      names.push_back(facts[i].name);
+    }
+  }
+  const std::map<std::string, std::string> values = line_values(tg, names);
+  for (std::size_t i : open) {
+    MacroFact& fact = facts[i];
+    if (undefined.count(i) > 0) {
+      tg.FoundDefines.erase(fact.entry);
+      fact.kept = false;
+      fact.status = FactStatus::kCorrected;
+      fact.test = "#ifndef " + fact.name + ": not defined";
+      continue;
+    }
+    auto value = values.find(fact.name);
+    if (value != values.end()) {
+      settle(tg, fact,
+             value->second != fact.name
+                 ? std::optional<std::string>(value->second)
+                 : std::nullopt,
+             "#line 1");
+    } else {
+      settle(tg, fact, message_value(tg, fact.name), "#include");
+    }
+  }
 }
 
 // Checks every written define; fills `facts` in written order.
@@ -195,21 +237,22 @@ static void check_written(TesselGen& tg, std::vector<MacroFact>& facts) {
       continue;
     }
     const ValueShape shape = value_shape(fact.written);
-    std::string claim =
-        claim_source(fact.name, fact.written, shape, static_cast<int>(i) + 1);
+    claims.push_back(claim_source(fact.name, fact.written, shape,
+                                  static_cast<int>(claims.size()) + 1));
     fact.test = shape_test(shape, fact.name);
-    claims.push_back(claim.empty() ? defined_claim(fact.name) : claim);
     owners.push_back(i);
   }
   std::vector<bool> failed(facts.size(), false);
   for (std::size_t index : failing_claims(tg, claims)) {
     failed[owners[index]] = true;
   }
+  std::vector<std::size_t> open;
   for (std::size_t i : owners) {
     if (failed[i] || value_shape(facts[i].written) == ValueShape::kOther) {
-      resolve_alone(tg, facts[i]);
+      open.push_back(i);
     }
   }
+  resolve(tg, facts, open, failed);
 }
 
 // The names to test for definitions no line shows: those of the

@@ -54,10 +54,48 @@ std::vector<int> marker_ids(const std::string& output, const char* marker) {
 
 // The claims among `group` (indexes into `claims`) that the messages of a
 // failed compile name.
-static std::set<std::size_t> named_claims(
-    const std::string& output, const std::vector<std::size_t>& group) {
+// The claim on line `line` of the test file: `firstLines` holds each
+// claim's first line, in `group` order.
+static std::optional<std::size_t> claim_at(
+    long line, const std::vector<std::size_t>& group,
+    const std::vector<long>& firstLines) {
+  std::optional<std::size_t> found;
+  for (std::size_t k = 0; k < group.size() && firstLines[k] <= line; ++k) {
+    found = group[k];
+  }
+  return found;
+}
+
+// The line number that a message line gives for the test file `source`
+// ("tmp_verify_macro.c:12:3: error", "tmp_verify_macro.c, line 12:"), or 0.
+static long message_line(const std::string& line, const std::string& source) {
+  std::string::size_type at = line.find(source);
+  if (at == std::string::npos) {
+    return 0;
+  }
+  at += source.size();
+  if (line.compare(at, 1, ":") == 0) {
+    at += 1;
+  } else if (line.compare(at, 7, ", line ") == 0) {
+    at += 7;
+  } else {
+    return 0;
+  }
+  long number = 0;
+  while (at < line.size() && line[at] >= '0' && line[at] <= '9' &&
+         number < 100000000) {
+    number = number * 10 + (line[at++] - '0');
+  }
+  return number;
+}
+
+static std::set<std::size_t> named_claims(const std::string& output,
+                                          const std::vector<std::size_t>& group,
+                                          const std::vector<long>& firstLines,
+                                          const std::string& source) {
   // Warnings and notes may name claims that hold ("variably modified
   // 'tg_ok_3'", "previous declaration of 'tg_v_4'"): only errors count.
+  std::set<std::size_t> named;
   std::string errors;
   std::string::size_type start = 0;
   while (start < output.size()) {
@@ -67,10 +105,14 @@ static std::set<std::size_t> named_claims(
     if (line.find("warning") == std::string::npos &&
         line.find("note:") == std::string::npos) {
       errors += line + "\n";
+      // An error of the test file names its claim by the line number.
+      if (std::optional<std::size_t> claim =
+              claim_at(message_line(line, source), group, firstLines)) {
+        named.insert(*claim);
+      }
     }
     start = end + 1;
   }
-  std::set<std::size_t> named;
   for (const char* marker : {"tg_bad_", "tg_ok_", "tg_v_"}) {
     for (int id : marker_ids(errors, marker)) {
       const std::size_t index = static_cast<std::size_t>(id) - 1;
@@ -86,10 +128,16 @@ static std::set<std::size_t> named_claims(
 static void find_failures(TesselGen& tg, const std::vector<std::string>& claims,
                           std::vector<std::size_t> group,
                           std::vector<std::size_t>& failing) {
+  const std::string source = kMacroCheckBase + sourceExtension(tg);
   while (!group.empty()) {
     std::string body = kAlwaysCompiles;
+    std::vector<long> firstLines;
+    long line = 2;
     for (std::size_t i : group) {
+      firstLines.push_back(line);
       body += claims[i];
+      line += static_cast<long>(
+          std::count(claims[i].begin(), claims[i].end(), '\n'));
     }
     std::string output;
     const bool built = compileTest(tg, body, kMacroCheckBase, nullptr, &output);
@@ -97,7 +145,8 @@ static void find_failures(TesselGen& tg, const std::vector<std::string>& claims,
     if (built && output.find(kMissingHeader) == std::string::npos) {
       return;
     }
-    const std::set<std::size_t> named = named_claims(output, group);
+    const std::set<std::size_t> named =
+        named_claims(output, group, firstLines, source);
     if (named.empty()) {
       if (group.size() == 1) {
         failing.push_back(group.front());
