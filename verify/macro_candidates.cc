@@ -33,7 +33,33 @@ static void collect_formats(std::string_view text, CompilerStrings* strings) {
   }
 }
 
+// Keeps `text` as a head or tail of reserved names when it is one.
+static void collect_fragment(std::string_view text, CompilerStrings* strings) {
+  if (text.size() < 3 || text.size() > 40) {
+    return;
+  }
+  // Macro names are capitals; a tail may hold one small letter ("FMTd__").
+  int small = 0;
+  for (char c : text) {
+    if (!is_name_char(c)) {
+      return;
+    }
+    small += c >= 'a' && c <= 'z' ? 1 : 0;
+  }
+  if (small > 1) {
+    return;
+  }
+  const bool opens = text.substr(0, 2) == "__";
+  const bool closes = text.substr(text.size() - 2) == "__";
+  if (opens && !closes && text.back() == '_' && small == 0) {
+    strings->heads.emplace(text);
+  } else if (!opens && (closes || text[0] == '_')) {
+    strings->tails.emplace(text);
+  }
+}
+
 void collect_string(std::string_view text, CompilerStrings* strings) {
+  collect_fragment(text, strings);
   SplitPrintable(std::string(text), strings->identifiers);
   // A driver that defines macros for its preprocessor holds "-DNAME=...";
   // the split above sees "DNAME".
@@ -102,6 +128,57 @@ std::set<std::string> format_names(const std::set<NameFormat>& formats,
       std::string name = format.prefix + stem + format.suffix;
       if (known.count(name) == 0) {
         names.insert(std::move(name));
+      }
+    }
+  }
+  return names;
+}
+
+// A stem of the joined names: capitals, digits and "_", beginning with a
+// capital and not ending with "_" ("INT_LEAST8").
+static bool is_long_stem(const std::string& stem) {
+  if (stem.empty() || stem[0] < 'A' || stem[0] > 'Z' || stem.back() == '_') {
+    return false;
+  }
+  for (char c : stem) {
+    if (!((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_')) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::set<std::string> fragment_names(const CompilerStrings& strings,
+                                     const std::set<std::string>& known) {
+  std::set<std::string> heads = strings.heads;
+  heads.insert("__");
+  std::set<std::string> stems;
+  for (const std::string& head : heads) {
+    for (auto it = known.lower_bound(head);
+         it != known.end() && it->compare(0, head.size(), head) == 0; ++it) {
+      for (const std::string& tail : strings.tails) {
+        const std::size_t joint = tail[0] == '_' ? 0 : 1;
+        const std::size_t fixed = head.size() + joint + tail.size();
+        if (it->size() <= fixed ||
+            it->compare(it->size() - tail.size(), tail.size(), tail) != 0 ||
+            (joint == 1 && (*it)[it->size() - tail.size() - 1] != '_')) {
+          continue;
+        }
+        std::string stem = it->substr(head.size(), it->size() - fixed);
+        if (is_long_stem(stem)) {
+          stems.insert(std::move(stem));
+        }
+      }
+    }
+  }
+  std::set<std::string> names;
+  for (const std::string& head : heads) {
+    for (const std::string& stem : stems) {
+      for (const std::string& tail : strings.tails) {
+        std::string name = head + stem + (tail[0] == '_' ? "" : "_") + tail;
+        if (known.count(name) == 0) {
+          names.insert(std::move(name));
+        }
       }
     }
   }

@@ -26,6 +26,11 @@ struct CompilerStrings {
   std::set<std::string> identifiers;
   /// The reserved-name formats among them.
   std::set<NameFormat> formats;
+  /// Strings that begin a reserved name and end in "_" ("__CLANG_ATOMIC_").
+  std::set<std::string> heads;
+  /// Strings that end one: ending in "__" or beginning with one "_"
+  /// ("FMTd__", "_LOCK_FREE").
+  std::set<std::string> tails;
 };
 
 /// Adds the identifiers and the name formats of one string of a compiler
@@ -47,6 +52,15 @@ void collect_file(const std::string& path, CompilerStrings* strings);
 /// left out.
 std::set<std::string> format_names(const std::set<NameFormat>& formats,
                                    const std::set<std::string>& known);
+
+/// The names that joining the strings' heads (and "__") and tails around
+/// the stems of `known` names makes: a known name made of a head, a stem
+/// of capitals, digits and "_" beginning with a capital, and a tail (with
+/// a "_" between stem and a tail that does not begin with one) gives the
+/// stem; every head, stem and tail are joined. Names already in `known`
+/// are left out.
+std::set<std::string> fragment_names(const CompilerStrings& strings,
+                                     const std::set<std::string>& known);
 
 /// True for names whose value changes with each use or each run
 /// ("__LINE__", "__FILE__", "__COUNTER__", "__DATE__", "__TIME__",

@@ -283,6 +283,8 @@ static std::vector<std::string> new_candidates(TesselGen& tg,
   known.insert(tg.candidateKeywords.begin(), tg.candidateKeywords.end());
   known.insert(taken.begin(), taken.end());
   std::set<std::string> fresh = format_names(strings.formats, known);
+  const std::set<std::string> joined = fragment_names(strings, known);
+  fresh.insert(joined.begin(), joined.end());
   fresh.insert(strings.identifiers.begin(), strings.identifiers.end());
   static const std::set<std::string> kNeverTested{
       "defined", "__VA_ARGS__", "__VA_OPT__", "_Pragma", "and",
