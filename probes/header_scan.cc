@@ -312,15 +312,6 @@ void ForEachBinaryString(std::string_view bytes,
   }
 }
 
-// The identifiers of a binary file: those of each of its strings.
-static std::set<std::string> binary_identifiers(std::string_view bytes) {
-  std::set<std::string> found;
-  ForEachBinaryString(bytes, [&found](std::string_view run) {
-    SplitPrintable(std::string(run), found);
-  });
-  return found;
-}
-
 ScanTables::ScanTables(const std::set<std::string>& ignoreKeywords,
                        const std::set<std::string>& candidateKeywords)
     : ignore(ignoreKeywords.size()), merged(1 << 16) {
@@ -349,7 +340,11 @@ static void collect_identifiers(const std::string& path,
     return;
   }
   // The ignore list holds for every file the scan reads, binary or not.
-  for (const std::string& name : binary_identifiers(bytes.view())) {
+  std::set<std::string> names;
+  ForEachBinaryString(bytes.view(), [&names](std::string_view run) {
+    SplitPrintable(std::string(run), names);
+  });
+  for (const std::string& name : names) {
     const uint64_t hash = NameTable::Hash(name);
     found.Insert(name, hash, ignore.Find(name, hash) == nullptr);
   }
