@@ -392,7 +392,10 @@ static void rewrite_section(Personality* personality,
   auto first = std::find_if(lines.begin(), lines.end(), [](const auto& l) {
     return l.kind == LineKind::kInclude || l.kind == LineKind::kSystemInclude;
   });
-  const std::size_t at = static_cast<std::size_t>(first - lines.begin());
+  // Without include lines the section goes first, where the stage writes it.
+  const std::size_t at = first == lines.end()
+                             ? 0
+                             : static_cast<std::size_t>(first - lines.begin());
   lines.erase(std::remove_if(lines.begin(), lines.end(),
                              [](const auto& l) {
                                return l.kind == LineKind::kInclude ||
@@ -447,23 +450,70 @@ static std::vector<FactResult> facts_of(
   return facts;
 }
 
+// The user's directories with headers that no include line names: the
+// stage can miss one whose headers all stand in other directories too.
+static std::vector<std::string> unwritten_dirs(
+    const TesselGen& tg, const std::vector<std::string>& dirs) {
+  std::vector<std::string> extra;
+  for (const std::string& dir : tg.includeDirs) {
+    if (!headers_of(tg, dir).empty() &&
+        std::find(dirs.begin(), dirs.end(), dir) == dirs.end()) {
+      extra.push_back(dir);
+    }
+  }
+  return extra;
+}
+
+// Facts for the directories added: their place now.
+static void add_facts(TesselGen& tg, const std::vector<std::string>& extra,
+                      const std::vector<std::string>& order,
+                      const std::map<std::string, DirState>& states,
+                      std::vector<FactResult>& facts) {
+  for (const std::string& dir : extra) {
+    auto now = std::find(order.begin(), order.end(), dir);
+    if (now == order.end()) {
+      continue;
+    }
+    FactResult fact;
+    fact.kind = "include";
+    fact.name = dir;
+    fact.hadWritten = false;
+    fact.now = std::to_string(now - order.begin() + 1);
+    fact.status = FactStatus::kAdded;
+    fact.test = states.at(dir).test;
+    tg.log.warn("Verify include directory added: " + dir + " place " +
+                fact.now);
+    facts.push_back(fact);
+  }
+}
+
 std::vector<FactResult> check_include_dirs(TesselGen& tg,
                                            Personality* personality) {
-  const std::vector<WrittenDir> written = written_dirs(*personality);
+  std::vector<WrittenDir> written = written_dirs(*personality);
   std::vector<std::string> dirs;
   std::map<std::string, DirState> states;
   for (const WrittenDir& w : written) {
     dirs.push_back(w.dir);
     states[w.dir];
   }
-  const std::vector<OrderEvidence> evidence = order_tests(tg, dirs, states);
+  const std::vector<std::string> extra = unwritten_dirs(tg, dirs);
+  std::vector<std::string> all = dirs;
+  for (const std::string& dir : extra) {
+    all.push_back(dir);
+    states[dir];
+    written.push_back(WrittenDir{
+        dir, {make_include_line(tg.isC, dir), make_system_include_line(dir)}});
+  }
+  const std::vector<OrderEvidence> evidence = order_tests(tg, all, states);
   std::vector<std::string> kept;
-  for (const std::string& dir : dirs) {
-    if (!states[dir].searched) {
-      search_test(tg, dir, dirs, states[dir]);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    DirState& state = states[all[i]];
+    if (!state.searched) {
+      search_test(tg, all[i], all, state);
     }
-    if (!states[dir].dropped) {
-      kept.push_back(dir);
+    // A written directory stays unless disproved; an added one needs proof.
+    if (i < dirs.size() ? !state.dropped : state.searched) {
+      kept.push_back(all[i]);
     }
   }
   const std::vector<std::string> order =
@@ -472,5 +522,7 @@ std::vector<FactResult> check_include_dirs(TesselGen& tg,
     rewrite_section(personality, written, order);
     tg.ImplicitIncludeDirs = order;
   }
-  return facts_of(tg, dirs, order, states);
+  std::vector<FactResult> facts = facts_of(tg, dirs, order, states);
+  add_facts(tg, extra, order, states, facts);
+  return facts;
 }

@@ -15,8 +15,11 @@ class TesselGen;
 /// their "-q" partners) against the compiler's own messages: a directory
 /// from which the compiler cannot include one of its headers is dropped,
 /// and the directories are put in the order in which the compiler takes
-/// the copies of headers they share. Returns one fact per written
-/// directory; the include section of `personality` is rewritten in place.
+/// the copies of headers they share. A directory of the user's ("-i") with
+/// headers that no line names is added when the compiler takes a header
+/// from it. Returns one fact per written or added directory; the include
+/// section of `personality` is rewritten in place (first in the file when
+/// it had none).
 std::vector<FactResult> check_include_dirs(TesselGen& tg,
                                            Personality* personality);
 

@@ -195,3 +195,19 @@ TEST(VerifyIncludeCheckStage, DirectoryNeverSearchedIsDropped) {
   EXPECT_EQ(FactStatus::kCorrected, facts[2].status);
   EXPECT_EQ("#include <acct.h>: file not found", facts[2].test);
 }
+
+// A directory of the user's that the include stage missed is added where
+// the compiler's copies put it.
+TEST(VerifyIncludeCheckStage, MissedUserDirectoryIsAdded) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  run.tg->includeDirs = {kGcc, kLocal, kUsr};
+  std::vector<FactResult> facts;
+  EXPECT_EQ("-d A=1\n" + IncludeLines({kGcc, kLocal, kUsr}) + "-s int=32\n",
+            Check(run, WrappingCompiler("gcc"), {kGcc, kUsr}, &facts));
+  ASSERT_EQ(3u, facts.size());
+  EXPECT_EQ(kLocal, facts[2].name);
+  EXPECT_FALSE(facts[2].hadWritten);
+  EXPECT_EQ("2", facts[2].now);
+  EXPECT_EQ(FactStatus::kAdded, facts[2].status);
+}
