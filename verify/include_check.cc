@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <optional>
 
@@ -188,12 +191,34 @@ static std::string included_copy(TesselGen& tg, const std::string& header) {
   return path.empty() ? path : lexical_path(path);
 }
 
-// The written directory among `holders` whose copy of `header` is `path`.
+// True when the compiler's `path` names `dir`'s copy of `header`: by its
+// spelling, or, where links lead the compiler elsewhere (mingw's
+// /usr/x86_64-w64-mingw32/include holds links into /usr/share), by the
+// file it is.
+static bool is_copy(const std::string& path, const std::string& dir,
+                    const std::string& header) {
+  const std::string copy = lexical_path(dir + "/" + header);
+  if (path.empty() || copy == path) {
+    return !path.empty();
+  }
+  char a[PATH_MAX];
+  char b[PATH_MAX];
+  return realpath(path.c_str(), a) != nullptr &&
+         realpath(copy.c_str(), b) != nullptr && std::strcmp(a, b) == 0;
+}
+
+// The directory among `holders` whose copy of `header` is `path`: the one
+// the path spells, else the one whose copy is the same file.
 static std::optional<std::string> holder_of(
     const std::string& path, const std::string& header,
     const std::vector<std::string>& holders) {
   for (const std::string& dir : holders) {
-    if (lexical_path(dir + "/" + header) == path) {
+    if (!path.empty() && lexical_path(dir + "/" + header) == path) {
+      return dir;
+    }
+  }
+  for (const std::string& dir : holders) {
+    if (is_copy(path, dir, header)) {
       return dir;
     }
   }
@@ -308,7 +333,7 @@ static void search_test(TesselGen& tg, const std::string& dir,
     }
     ++tries;
     const std::string copy = included_copy(tg, header);
-    if (copy == lexical_path(dir + "/" + header)) {
+    if (holder_of(copy, header, dirs) == dir) {
       state.searched = true;
       state.test = "#include <" + header + "> after int x[: this copy named";
       return;
