@@ -10,6 +10,21 @@ static bool is_name_char(char c) {
          (c >= '0' && c <= '9') || c == '_';
 }
 
+// A stem names one kind of type or mode: capitals and digits, beginning
+// with a capital ("FLT16", "DEC32", "LDBL"). Longer pieces of names would
+// fill every format with every phrase of the compiler's strings.
+static bool is_stem(const std::string& stem) {
+  if (stem.empty() || stem[0] < 'A' || stem[0] > 'Z') {
+    return false;
+  }
+  for (char c : stem) {
+    if (!((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 static void collect_formats(std::string_view text, CompilerStrings* strings) {
   std::string_view::size_type at = text.find("%s");
   while (at != std::string_view::npos) {
@@ -58,7 +73,25 @@ static void collect_fragment(std::string_view text, CompilerStrings* strings) {
   }
 }
 
+// The longest run of neighbouring stems kept: a longer one is a list of
+// words, not a table of type names.
+static constexpr std::size_t kMaxStemRun = 32;
+
+void end_strings(CompilerStrings* strings) {
+  if (strings->open_run.size() >= 3 &&
+      strings->open_run.size() <= kMaxStemRun) {
+    strings->stem_runs.push_back(strings->open_run);
+  }
+  strings->open_run.clear();
+}
+
 void collect_string(std::string_view text, CompilerStrings* strings) {
+  const std::string whole(text);
+  if (text.size() >= 2 && is_stem(whole)) {
+    strings->open_run.push_back(whole);
+  } else {
+    end_strings(strings);
+  }
   collect_fragment(text, strings);
   SplitPrintable(std::string(text), strings->identifiers);
   // A driver that defines macros for its preprocessor holds "-DNAME=...";
@@ -83,25 +116,33 @@ void collect_file(const std::string& path, CompilerStrings* strings) {
   ForEachBinaryString(bytes, [strings](std::string_view text) {
     collect_string(text, strings);
   });
+  end_strings(strings);
 }
 
-// A stem names one kind of type or mode: capitals and digits, beginning
-// with a capital ("FLT16", "DEC32", "LDBL"). Longer pieces of names would
-// fill every format with every phrase of the compiler's strings.
-static bool is_stem(const std::string& stem) {
-  if (stem.empty() || stem[0] < 'A' || stem[0] > 'Z') {
-    return false;
-  }
-  for (char c : stem) {
-    if (!((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))) {
-      return false;
+// Adds to `stems` every member of each run that holds one of them, and
+// the last two characters of a member of three.
+static void add_run_stems(const std::vector<std::vector<std::string>>& runs,
+                          std::set<std::string>* stems) {
+  std::set<std::string> more;
+  for (const std::vector<std::string>& run : runs) {
+    if (std::none_of(run.begin(), run.end(), [stems](const std::string& s) {
+          return stems->count(s) > 0;
+        })) {
+      continue;
+    }
+    for (const std::string& member : run) {
+      more.insert(member);
+      if (member.size() == 3 && is_stem(member.substr(1))) {
+        more.insert(member.substr(1));
+      }
     }
   }
-  return true;
+  stems->insert(more.begin(), more.end());
 }
 
-std::set<std::string> format_names(const std::set<NameFormat>& formats,
-                                   const std::set<std::string>& known) {
+std::set<std::string> format_names(
+    const std::set<NameFormat>& formats, const std::set<std::string>& known,
+    const std::vector<std::vector<std::string>>& stem_runs) {
   std::set<std::string> stems;
   for (const NameFormat& format : formats) {
     const std::size_t fixed = format.prefix.size() + format.suffix.size();
@@ -122,6 +163,7 @@ std::set<std::string> format_names(const std::set<NameFormat>& formats,
       }
     }
   }
+  add_run_stems(stem_runs, &stems);
   std::set<std::string> names;
   for (const NameFormat& format : formats) {
     for (const std::string& stem : stems) {
@@ -148,15 +190,33 @@ static bool is_long_stem(const std::string& stem) {
   return true;
 }
 
+// The tails and, for a tail ending in "_FMT", the tails of the format
+// macros it begins: one per integer conversion letter, closed by "__".
+static std::set<std::string> completed_tails(
+    const std::set<std::string>& tails) {
+  static const char kFormat[] = "_FMT";
+  static const char kConversions[] = "diouxX";
+  std::set<std::string> completed = tails;
+  for (const std::string& tail : tails) {
+    if (tail.size() >= 4 && tail.compare(tail.size() - 4, 4, kFormat) == 0) {
+      for (const char* c = kConversions; *c != '\0'; ++c) {
+        completed.insert(tail + *c + "__");
+      }
+    }
+  }
+  return completed;
+}
+
 std::set<std::string> fragment_names(const CompilerStrings& strings,
                                      const std::set<std::string>& known) {
   std::set<std::string> heads = strings.heads;
   heads.insert("__");
+  const std::set<std::string> tails = completed_tails(strings.tails);
   std::set<std::string> stems;
   for (const std::string& head : heads) {
     for (auto it = known.lower_bound(head);
          it != known.end() && it->compare(0, head.size(), head) == 0; ++it) {
-      for (const std::string& tail : strings.tails) {
+      for (const std::string& tail : tails) {
         const std::size_t joint = tail[0] == '_' ? 0 : 1;
         const std::size_t fixed = head.size() + joint + tail.size();
         if (it->size() <= fixed ||
@@ -174,7 +234,7 @@ std::set<std::string> fragment_names(const CompilerStrings& strings,
   std::set<std::string> names;
   for (const std::string& head : heads) {
     for (const std::string& stem : stems) {
-      for (const std::string& tail : strings.tails) {
+      for (const std::string& tail : tails) {
         std::string name = head + stem + (tail[0] == '_' ? "" : "_") + tail;
         if (known.count(name) == 0) {
           names.insert(std::move(name));

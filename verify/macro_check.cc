@@ -282,7 +282,8 @@ static std::vector<std::string> new_candidates(TesselGen& tg,
   std::set<std::string> known = strings.identifiers;
   known.insert(tg.candidateKeywords.begin(), tg.candidateKeywords.end());
   known.insert(taken.begin(), taken.end());
-  std::set<std::string> fresh = format_names(strings.formats, known);
+  std::set<std::string> fresh =
+      format_names(strings.formats, known, strings.stem_runs);
   const std::set<std::string> joined = fragment_names(strings, known);
   fresh.insert(joined.begin(), joined.end());
   fresh.insert(strings.identifiers.begin(), strings.identifiers.end());

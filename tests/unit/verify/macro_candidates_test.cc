@@ -42,3 +42,39 @@ TEST(MacroCandidates, ValuesThatChangeWithEachUseAreKnown) {
   }
   EXPECT_FALSE(is_varying_macro("__STDC__"));
 }
+
+TEST(MacroCandidates, NeighbouringStemsFormRuns) {
+  CompilerStrings strings;
+  for (const char* text :
+       {"FLT", "LDBL", "UQQ", "UHA", "a b", "AB", "CD", "x", "Q", "QQ"}) {
+    collect_string(text, &strings);
+  }
+  end_strings(&strings);
+  EXPECT_EQ(
+      (std::vector<std::vector<std::string>>{{"FLT", "LDBL", "UQQ", "UHA"}}),
+      strings.stem_runs);
+  EXPECT_TRUE(strings.open_run.empty());
+}
+
+TEST(MacroCandidates, ARunWithAFoundStemGivesAllItsMembers) {
+  const std::set<NameFormat> formats{{"__", "_FBIT__"}};
+  const std::set<std::string> known{"__FLT_FBIT__"};
+  const std::vector<std::vector<std::string>> runs{
+      {"FLT", "LDBL", "UQQ", "UHA"}, {"ABC", "DEF", "GHI"}};
+  EXPECT_EQ(
+      (std::set<std::string>{"__LT_FBIT__", "__LDBL_FBIT__", "__UQQ_FBIT__",
+                             "__QQ_FBIT__", "__UHA_FBIT__", "__HA_FBIT__"}),
+      format_names(formats, known, runs));
+}
+
+TEST(MacroCandidates, AFormatTailTakesEachIntegerConversion) {
+  CompilerStrings strings;
+  collect_string("_FMT", &strings);
+  collect_string("_TYPE__", &strings);
+  const std::set<std::string> known{"__INT_FAST8_TYPE__"};
+  EXPECT_EQ((std::set<std::string>{"__INT_FAST8_FMT", "__INT_FAST8_FMTd__",
+                                   "__INT_FAST8_FMTi__", "__INT_FAST8_FMTo__",
+                                   "__INT_FAST8_FMTu__", "__INT_FAST8_FMTx__",
+                                   "__INT_FAST8_FMTX__"}),
+            fragment_names(strings, known));
+}
