@@ -27,6 +27,8 @@ struct WrittenDir {
 struct DirState {
   bool searched = false;
   bool dropped = false;
+  // No compile ordered it against a neighbour: its place is a guess.
+  bool ranked = false;
   std::string test;
 };
 
@@ -137,7 +139,7 @@ std::string first_included_file(const std::string& output,
 std::vector<std::string> combine_search_order(
     const std::vector<std::string>& written,
     const std::vector<OrderEvidence>& evidence,
-    const std::map<std::string, int>& rank) {
+    const std::map<std::string, int>& rank, std::set<std::string>* ranked) {
   std::map<std::string, std::set<std::string>> before;  // dir -> must follow
   for (const OrderEvidence& found : evidence) {
     for (const std::string& other : found.others) {
@@ -162,11 +164,19 @@ std::vector<std::string> combine_search_order(
       return found == rank.end() ? 0 : found->second;
     };
     auto ready = rest.end();
+    std::vector<std::string> choice;
     for (auto it = rest.begin(); it != rest.end(); ++it) {
-      if (isReady(*it) &&
-          (ready == rest.end() || rankOf(*it) < rankOf(*ready))) {
+      if (!isReady(*it)) {
+        continue;
+      }
+      choice.push_back(*it);
+      if (ready == rest.end() || rankOf(*it) < rankOf(*ready)) {
         ready = it;
       }
+    }
+    // No evidence orders the directories that are ready together.
+    if (ranked != nullptr && choice.size() > 1) {
+      ranked->insert(choice.begin(), choice.end());
     }
     if (ready == rest.end()) {
       ready = rest.begin();  // a contradiction: keep the written order
@@ -458,9 +468,13 @@ static std::vector<FactResult> facts_of(
       fact.status = FactStatus::kCorrected;
     } else {
       fact.now = std::to_string(now - after.begin() + 1);
-      fact.status = fact.now != fact.written ? FactStatus::kCorrected
-                    : state.searched         ? FactStatus::kConfirmed
-                                             : FactStatus::kUnchecked;
+      fact.status = fact.now != fact.written          ? FactStatus::kCorrected
+                    : state.searched && !state.ranked ? FactStatus::kConfirmed
+                                                      : FactStatus::kUnchecked;
+      if (state.ranked) {
+        fact.test += (fact.test.empty() ? "" : "; ") +
+                     std::string("place by rank: no header orders it");
+      }
     }
     const std::string outcome = std::string(fact_status_name(fact.status)) +
                                 ": " + fact.name + " place " + fact.written +
@@ -541,8 +555,15 @@ std::vector<FactResult> check_include_dirs(TesselGen& tg,
       kept.push_back(all[i]);
     }
   }
+  std::set<std::string> ranked;
   const std::vector<std::string> order =
-      combine_search_order(kept, evidence, tie_ranks(tg, kept));
+      combine_search_order(kept, evidence, tie_ranks(tg, kept), &ranked);
+  for (const std::string& dir : ranked) {
+    DirState& state = states[dir];
+    state.ranked = true;
+    tg.log.info("Verify include directory: no header orders " + dir +
+                " against a directory beside it; placed by rank");
+  }
   if (order != dirs) {
     rewrite_section(personality, written, order);
     tg.ImplicitIncludeDirs = order;

@@ -49,10 +49,12 @@ struct OrderEvidence {
 /// `others`. Where no evidence decides, the directory of lowest `rank`
 /// (0 when not given) that nothing must precede comes next, the earliest
 /// written among equals. Contradictory evidence is resolved in written
-/// order.
+/// order. When `ranked` is given, the directories that were ready
+/// together (whose order no evidence decides) are added to it.
 std::vector<std::string> combine_search_order(
     const std::vector<std::string>& written,
     const std::vector<OrderEvidence>& evidence,
-    const std::map<std::string, int>& rank = {});
+    const std::map<std::string, int>& rank = {},
+    std::set<std::string>* ranked = nullptr);
 
 #endif  // TESSEL_VERIFY_INCLUDE_CHECK_H_

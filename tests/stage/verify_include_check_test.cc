@@ -176,8 +176,13 @@ TEST(VerifyIncludeCheckStage, UndecidedPairsKeepTheWrittenOrder) {
   EXPECT_EQ("-d A=1\n" + IncludeLines({"/b", "/a"}) + "-s int=32\n",
             Check(run, compiler, {"/b", "/a"}, &facts));
   ASSERT_EQ(2u, facts.size());
-  EXPECT_EQ(FactStatus::kConfirmed, facts[0].status);
-  EXPECT_EQ("#include <y.h> after int x[: this copy named", facts[0].test);
+  // Searched, but no compile orders the pair: the place stays unchecked.
+  EXPECT_EQ(FactStatus::kUnchecked, facts[0].status);
+  EXPECT_EQ(
+      "#include <y.h> after int x[: this copy named; place by rank: no header "
+      "orders it",
+      facts[0].test);
+  EXPECT_EQ(FactStatus::kUnchecked, facts[1].status);
 }
 
 TEST(VerifyIncludeCheckStage, DirectoryNeverSearchedIsDropped) {

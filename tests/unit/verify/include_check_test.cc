@@ -95,3 +95,28 @@ TEST(CombineSearchOrder, RankDecidesWhereNoEvidenceDoes) {
                                   {"/usr/include/x86", {"/usr/include"}}},
                                  rank));
 }
+
+TEST(CombineSearchOrder, NamesTheDirectoriesOnlyTheRankOrders) {
+  const Strings written{"/usr/include", "/usr/include/x86", "/usr/lib/pcc"};
+  const std::vector<OrderEvidence> evidence{
+      {"/usr/lib/pcc", {"/usr/include"}},
+      {"/usr/include/x86", {"/usr/include"}}};
+  const std::map<std::string, int> rank{
+      {"/usr/lib/pcc", 1}, {"/usr/include/x86", 2}, {"/usr/include", 3}};
+  std::set<std::string> ranked;
+  EXPECT_EQ((Strings{"/usr/include/x86", "/usr/lib/pcc", "/usr/include"}),
+            combine_search_order(written, evidence, {}, &ranked));
+  EXPECT_EQ((std::set<std::string>{"/usr/include/x86", "/usr/lib/pcc"}),
+            ranked);
+  ranked.clear();
+  EXPECT_EQ((Strings{"/usr/lib/pcc", "/usr/include/x86", "/usr/include"}),
+            combine_search_order(written, evidence, rank, &ranked));
+  EXPECT_EQ((std::set<std::string>{"/usr/include/x86", "/usr/lib/pcc"}),
+            ranked);
+  ranked.clear();
+  combine_search_order(written,
+                       {{"/usr/lib/pcc", {"/usr/include/x86"}},
+                        {"/usr/include/x86", {"/usr/include"}}},
+                       rank, &ranked);
+  EXPECT_TRUE(ranked.empty());
+}
