@@ -6,6 +6,7 @@
 #ifndef TESSEL_TESTS_INTEGRATION_SEARCH_ORDER_TRUTH_H_
 #define TESSEL_TESTS_INTEGRATION_SEARCH_ORDER_TRUTH_H_
 
+#include <cctype>
 #include <map>
 #include <string>
 #include <vector>
@@ -86,8 +87,27 @@ inline std::map<std::string, std::string> Macros(const std::string& command,
   return macros;
 }
 
+/// `text` without the blanks that stand beside punctuation: the spacing
+/// "-E" puts between tokens ("8388607L -1") that the macro's own text
+/// joins ("8388607L-1"). Blanks between two name characters stay.
+inline std::string TokenSpelling(const std::string& text) {
+  auto word = [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+  };
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == ' ' && !(i > 0 && i + 1 < text.size() && word(text[i - 1]) &&
+                            word(text[i + 1]))) {
+      continue;
+    }
+    out += text[i];
+  }
+  return out;
+}
+
 /// `value` with every macro in it expanded by `command`'s preprocessor
-/// ("__ORDER_LITTLE_ENDIAN__" gives "1234"), as a message quotes it.
+/// ("__ORDER_LITTLE_ENDIAN__" gives "1234"), as a message quotes it
+/// (spelled as `TokenSpelling` gives).
 inline std::string Expanded(const std::string& command, bool isC,
                             const std::string& value) {
   tessel_test::WriteFile("truth_expand.txt", value + "\n");
@@ -100,7 +120,7 @@ inline std::string Expanded(const std::string& command, bool isC,
       last = line;
     }
   }
-  return last;
+  return TokenSpelling(last);
 }
 
 /// True for the macros whose value changes with each use or run.
