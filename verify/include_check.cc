@@ -493,10 +493,14 @@ static std::vector<FactResult> facts_of(
 // stage can miss one whose headers all stand in other directories too.
 static std::vector<std::string> unwritten_dirs(
     const TesselGen& tg, const std::vector<std::string>& dirs) {
+  // A directory spelled another way ("/usr/bin/../include") is written.
+  std::set<std::string> seen;
+  for (const std::string& dir : dirs) {
+    seen.insert(lexical_path(dir));
+  }
   std::vector<std::string> extra;
   for (const std::string& dir : tg.includeDirs) {
-    if (!headers_of(tg, dir).empty() &&
-        std::find(dirs.begin(), dirs.end(), dir) == dirs.end()) {
+    if (!headers_of(tg, dir).empty() && seen.insert(lexical_path(dir)).second) {
       extra.push_back(dir);
     }
   }
@@ -545,8 +549,16 @@ std::vector<FactResult> check_include_dirs(TesselGen& tg,
   }
   const std::vector<OrderEvidence> evidence = order_tests(tg, all, states);
   std::vector<std::string> kept;
+  std::map<std::string, std::string> spelled;  // lexical path -> first dir
   for (std::size_t i = 0; i < all.size(); ++i) {
     DirState& state = states[all[i]];
+    // A directory written twice, spelled two ways, keeps its first line.
+    auto first = spelled.emplace(lexical_path(all[i]), all[i]).first;
+    if (first->second != all[i]) {
+      state.dropped = true;
+      state.test = "the same directory as " + first->second;
+      continue;
+    }
     if (!state.searched) {
       search_test(tg, all[i], all, state);
     }

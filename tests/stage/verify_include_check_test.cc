@@ -216,3 +216,20 @@ TEST(VerifyIncludeCheckStage, MissedUserDirectoryIsAdded) {
   EXPECT_EQ("2", facts[2].now);
   EXPECT_EQ(FactStatus::kAdded, facts[2].status);
 }
+
+// A directory written twice, spelled two ways, keeps its first line.
+TEST(VerifyIncludeCheckStage, DirectorySpelledAnotherWayIsDropped) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  const std::string spelled = "/usr/lib/gcc/x/12/../12/include";
+  run.tg->HeaderInventory[spelled] = {"stdint.h", "float.h"};
+  std::vector<FactResult> facts;
+  EXPECT_EQ("-d A=1\n" + IncludeLines({kGcc, kLocal, kUsr}) + "-s int=32\n",
+            Check(run, WrappingCompiler("gcc"), {kGcc, spelled, kLocal, kUsr},
+                  &facts));
+  ASSERT_EQ(4u, facts.size());
+  EXPECT_EQ(spelled, facts[1].name);
+  EXPECT_FALSE(facts[1].hasNow);
+  EXPECT_EQ(FactStatus::kCorrected, facts[1].status);
+  EXPECT_EQ("the same directory as /usr/lib/gcc/x/12/include", facts[1].test);
+}
