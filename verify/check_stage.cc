@@ -7,7 +7,9 @@
 #include "harness/compile_harness.h"
 #include "verify/claim_batch.h"
 #include "verify/identifier_check.h"
+#include "verify/include_check.h"
 #include "verify/keyword_check.h"
+#include "verify/macro_check.h"
 #include "verify/type_check.h"
 #include "verify/verify_report.h"
 
@@ -16,9 +18,10 @@ const char kOnlyWarnsReason[] =
 const char kRejectsAllReason[] = "the compiler rejects a valid test file";
 
 std::vector<FactChecker> fact_checkers() {
-  // The include directory and macro checkers, when built, come first: the
-  // later checks read the personality as those have left it.
-  return {check_types, check_identifier_lengths, check_keywords};
+  // In the order of the personality's sections: the include directories
+  // first, since the later checks compile with the headers they find.
+  return {check_include_dirs, check_macros, check_types,
+          check_identifier_lengths, check_keywords};
 }
 
 std::string calibrate(TesselGen& tg) {

@@ -4,7 +4,6 @@
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
-#include "verify/macro_check.h"
 
 const char kMacroCheckBase[] = "tmp_verify_macro";
 
