@@ -117,6 +117,8 @@ Preset TruthPreset(const Compiler& compiler) {
   preset.isC = compiler.isC;
   preset.objExt = compiler.objExt;
   preset.switches = compiler.switches;
+  preset.compileFlag = "-c";
+  preset.outputFlag = "-o ";
   return preset;
 }
 
