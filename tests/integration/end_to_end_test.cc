@@ -18,6 +18,7 @@
 
 #include "tests/integration/compiler_truth.h"
 #include "tests/integration/personality_checks.h"
+#include "tests/support/model_round_trip.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::ExpectIncludeDirectories;
@@ -299,6 +300,9 @@ void CheckPreset(const std::string& name, const Specified& specified,
   }
   std::string text = RunPreset(preset, arguments, scratch.work());
   ASSERT_FALSE(text.empty()) << "no personality";
+  // The personality model must read every line a run writes and give the
+  // file back unchanged.
+  EXPECT_EQ("", tessel_test::ModelRoundTripProblem(text));
   Personality p = ParsePersonality(text, preset.isC);
 
   ExpectIncludeDirectories(preset, p, specified);
