@@ -5,9 +5,6 @@
 
 #include "export/export_facts.h"
 
-/// `text` as a JSON string literal, quotes included.
-std::string json_quote(const std::string& text);
-
 /// The JSON document of every fact in `facts`: one object with "format":
 /// "tesselgen-personality" and "version": 1, laid out two spaces per level,
 /// ending in a newline. The fields are described in docs/export-json.md.

@@ -24,4 +24,9 @@ std::string drop_digits_and_space(const std::string& text);
 /// round: 15 for 16384, 11 for 1024. `size` must be at least 1.
 uint32_t halving_count(int32_t size);
 
+/// `text` as a JSON string literal, quotes included: `"` and `\` escaped,
+/// newline and tab as `\n` and `\t`, other control characters as
+/// `\u00XX`; every other byte as it stands.
+std::string json_quote(const std::string& text);
+
 #endif  // TESSEL_UTIL_TEXT_H_

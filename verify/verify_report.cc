@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/personality.h"
+#include "util/text.h"
 
 const char* const kFactKinds[] = {
     "include",           "define",    "size",
@@ -83,46 +84,24 @@ std::string verify_table(const std::vector<FactResult>& facts, bool isC) {
   return text;
 }
 
-std::string json_string(const std::string& text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    const unsigned char u = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (c == '\n') {
-      out += "\\n";
-    } else if (c == '\t') {
-      out += "\\t";
-    } else if (u < 0x20) {
-      char buffer[8];
-      std::snprintf(buffer, sizeof buffer, "\\u%04x", u);
-      out += buffer;
-    } else {
-      out += c;
-    }
-  }
-  return out + "\"";
-}
-
 // One fact as a JSON object on one line.
 static std::string fact_json(const FactResult& fact) {
-  return "{\"kind\": " + json_string(fact.kind) +
-         ", \"name\": " + json_string(fact.name) + ", \"written\": " +
-         (fact.hadWritten ? json_string(fact.written) : "null") +
-         ", \"now\": " + (fact.hasNow ? json_string(fact.now) : "null") +
-         ", \"status\": " + json_string(fact_status_name(fact.status)) +
-         ", \"test\": " + json_string(fact.test) + "}";
+  return "{\"kind\": " + json_quote(fact.kind) +
+         ", \"name\": " + json_quote(fact.name) + ", \"written\": " +
+         (fact.hadWritten ? json_quote(fact.written) : "null") +
+         ", \"now\": " + (fact.hasNow ? json_quote(fact.now) : "null") +
+         ", \"status\": " + json_quote(fact_status_name(fact.status)) +
+         ", \"test\": " + json_quote(fact.test) + "}";
 }
 
 std::string verify_json(const std::string& path, bool checked,
                         const std::string& reason,
                         const std::vector<FactResult>& facts) {
   std::string text = "{\"format\": \"tesselgen-verify\", \"version\": 1,\n";
-  text += " \"personality\": " + json_string(path) + ",\n";
+  text += " \"personality\": " + json_quote(path) + ",\n";
   text += std::string(" \"checked\": ") + (checked ? "true" : "false") + ",\n";
   if (!checked) {
-    text += " \"reason\": " + json_string(reason) + ",\n";
+    text += " \"reason\": " + json_quote(reason) + ",\n";
   }
   text += " \"facts\": [";
   for (std::size_t i = 0; i < facts.size(); ++i) {

@@ -23,9 +23,6 @@ std::string fact_line(const FactResult& fact, bool now, bool isC);
 /// each correction as "old line -> new line", one a line.
 std::string verify_table(const std::vector<FactResult>& facts, bool isC);
 
-/// `text` as a JSON string literal, quotes included.
-std::string json_string(const std::string& text);
-
 /// The JSON report of a check of the personality at `path`: the object
 /// described beside `FactResult`. `checked` false writes `reason` and no
 /// facts.

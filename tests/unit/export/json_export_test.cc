@@ -8,10 +8,6 @@ namespace {
 
 using tessel_test::SampleFacts;
 
-TEST(JsonExport, StringsAreEscaped) {
-  EXPECT_EQ(json_quote("a\"b\\c\nd\te\x01"), "\"a\\\"b\\\\c\\nd\\te\\u0001\"");
-}
-
 TEST(JsonExport, EveryFactOfAPersonalityIsInTheDocument) {
   const std::string expected = R"json({
   "format": "tesselgen-personality",

@@ -46,3 +46,12 @@ TEST(Text, HalvingCountComesFromTheLogarithm) {
   EXPECT_EQ(1u, halving_count(1));
   EXPECT_EQ(2u, halving_count(3));
 }
+
+namespace {
+
+TEST(Text, JsonQuoteEscapesQuotesBackslashesAndControls) {
+  EXPECT_EQ(json_quote("a\"b\\c\nd\te\x01"), "\"a\\\"b\\\\c\\nd\\te\\u0001\"");
+  EXPECT_EQ(json_quote("\xc3\xa9"), "\"\xc3\xa9\"");
+}
+
+}  // namespace

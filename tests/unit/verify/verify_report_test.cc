@@ -65,10 +65,6 @@ TEST(VerifyReport, TableCountsEachKindAndListsCorrections) {
       verify_table(facts, true));
 }
 
-TEST(VerifyReport, JsonStringsAreEscaped) {
-  EXPECT_EQ("\"a\\\"b\\\\c\\n\\u0001\"", json_string("a\"b\\c\n\x01"));
-}
-
 TEST(VerifyReport, JsonHoldsNullForMissingLines) {
   FactResult added = Fact("size", "short", "", "16", FactStatus::kAdded);
   added.hadWritten = false;
