@@ -193,3 +193,18 @@ TEST(Personality, ReadsAndWritesFiles) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Personality, TheShippedGoldenPersonalityComesBackUnchanged) {
+  const std::string path = std::string(tessel_test::kSourceDir) +
+                           "/tests/stage/golden/run_without_verify.p_c";
+  const std::string text = tessel_test::ReadFile(path);
+  ASSERT_FALSE(text.empty()) << path;
+  Personality personality;
+  std::string err;
+  ASSERT_TRUE(read_personality_file(path, &personality, &err)) << err;
+  EXPECT_EQ(write_personality(personality), text);
+}
+
+}  // namespace
