@@ -374,6 +374,15 @@ inline bool RefusedAsName(const Preset& preset, const std::string& name) {
 inline void ExpectKeywords(const Preset& preset, const Personality& p,
                            const Strings& known) {
   for (const std::string& name : p.keywords) {
+    // A function-like macro the compiler predefines (g++'s __INT16_C(c),
+    // clang's __building_module(x)) is met in a call by the keyword tests,
+    // which give it a line; as a macro it cannot be declared as a name, so
+    // this check cannot judge it.
+    if (Compiles(preset, "#ifndef " + name +
+                             "\n#error not a macro\n#endif\n"
+                             "int truth_other;\n")) {
+      continue;
+    }
     EXPECT_TRUE(RefusedAsName(preset, name))
         << name << " has a keyword line, but " << preset.compiler
         << " takes it as an ordinary name";
