@@ -26,6 +26,7 @@ using tessel_test::kFakeCc;
 using tessel_test::kTesselBinary;
 using tessel_test::ProcessResult;
 using tessel_test::ReadFile;
+using tessel_test::RunTessel;
 using tessel_test::ScratchDir;
 using tessel_test::ShellQuote;
 using tessel_test::WriteFakeRules;
@@ -42,15 +43,6 @@ const char kOrder[] = "%c %j %d%s %o%e";
 const char kNativeRules[] =
     "if has 'hello world'; then program_prints 'hello world'; "
     "else program_prints 4; fi\n";
-
-// Runs the executable in the current directory with `args`.
-ProcessResult RunTessel(const std::vector<std::string>& args) {
-  std::string command = "ulimit -c 0; " + ShellQuote(kTesselBinary);
-  for (const std::string& arg : args) {
-    command += " " + ShellQuote(arg);
-  }
-  return tessel_test::RunProcess(command + "; exit $?");
-}
 
 // The eight positionals for the fake compiler (object extension `ext`),
 // then `options`.

@@ -20,6 +20,7 @@ using tessel_test::kTesselBinary;
 using tessel_test::Lines;
 using tessel_test::ProcessResult;
 using tessel_test::ReadFile;
+using tessel_test::RunTessel;
 using tessel_test::ScratchDir;
 using tessel_test::ShellQuote;
 using tessel_test::WriteFakeRules;
@@ -29,18 +30,6 @@ namespace {
 
 const char kStartLine[] = "Start personality generation using Tessel\n";
 const char kOrder[] = "%c %j %d%s %o%e";
-
-// Runs the executable with `args`; core dumps are switched off so that a
-// deliberate abort leaves nothing behind.
-ProcessResult RunTessel(const std::vector<std::string>& args) {
-  std::string command = "ulimit -c 0; " + ShellQuote(kTesselBinary);
-  for (const std::string& arg : args) {
-    command += " " + ShellQuote(arg);
-  }
-  // Waiting for the status keeps the shell's own note about an abort in the
-  // captured error output instead of the test's console.
-  return tessel_test::RunProcess(command + "; exit $?");
-}
 
 // The eight positionals for the fake compiler, then `options`.
 std::vector<std::string> FakeArgs(const std::vector<std::string>& options,

@@ -160,4 +160,12 @@ FakeRun::FakeRun(bool isC, bool cross) {
   S_OBJEXT = ".o";
 }
 
+ProcessResult RunTessel(const std::vector<std::string>& args) {
+  std::string command = "ulimit -c 0; " + ShellQuote(kTesselBinary);
+  for (const std::string& arg : args) {
+    command += " " + ShellQuote(arg);
+  }
+  return RunProcess(command + "; exit $?");
+}
+
 }  // namespace tessel_test

@@ -62,6 +62,12 @@ struct ProcessResult {
 /// capturing its standard output and error.
 ProcessResult RunProcess(const std::string& command);
 
+/// Runs the built TesselGen in the current directory with `args`. Core
+/// dumps are switched off so that a deliberate abort leaves nothing behind,
+/// and the shell waits for the status, so that its note about an abort
+/// lands in the captured error output.
+ProcessResult RunTessel(const std::vector<std::string>& args);
+
 /// Quotes `text` for the shell.
 std::string ShellQuote(const std::string& text);
 
