@@ -75,6 +75,37 @@ static bool is_shared_library(const std::string& name) {
          name.find(".dylib") != std::string::npos;
 }
 
+// The runs of at least four printable characters in the file at `path`,
+// as whole strings: the names a program holds of the programs it runs.
+static std::set<std::string> printable_strings(const std::string& path) {
+  std::set<std::string> strings;
+  FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) {
+    return strings;
+  }
+  std::string run;
+  char buffer[65536];
+  std::size_t count;
+  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const unsigned char c = static_cast<unsigned char>(buffer[i]);
+      if (c >= 0x20 && c < 0x7f) {
+        run += static_cast<char>(c);
+        continue;
+      }
+      if (run.size() >= 4) {
+        strings.insert(run);
+      }
+      run.clear();
+    }
+  }
+  if (run.size() >= 4) {
+    strings.insert(run);
+  }
+  std::fclose(file);
+  return strings;
+}
+
 namespace {
 
 // One walk of a compiler installation.
@@ -177,14 +208,26 @@ std::vector<std::string> compiler_files_of(const std::string& program,
   walk.target = name.target;
   walk.isC = isC;
   walk.Add(program);
-  if (!name.target.empty()) {
-    std::vector<std::string> files;
-    std::vector<std::string> subdirs;
-    Walk::List(bin, files, subdirs);
-    for (const std::string& file : files) {
-      if (file.rfind(name.target + "-cc", 0) == 0) {
-        walk.Add(bin + "/" + file);
-      }
+  std::vector<std::string> beside;
+  std::vector<std::string> besideDirs;
+  Walk::List(bin, beside, besideDirs);
+  // A driver that runs its compiler proper from its own directory names it
+  // in full (sdcc "sdcpp", cl65 "cc65").
+  const std::set<std::string> named = printable_strings(program);
+  for (const std::string& file : beside) {
+    const bool targetCompiler =
+        !name.target.empty() && file.rfind(name.target + "-cc", 0) == 0;
+    // The same family's driver for another target (a cross gcc that names
+    // the host's "gcc-12") is another compiler.
+    const CompilerName other = split_compiler_name(file);
+    const bool otherTarget =
+        other.word == name.word && other.target != name.target;
+    const bool compilerNamed = named.count(file) > 0 && !otherTarget &&
+                               (file.find("cc") != std::string::npos ||
+                                file.find("cpp") != std::string::npos) &&
+                               access((bin + "/" + file).c_str(), X_OK) == 0;
+    if (targetCompiler || compilerNamed) {
+      walk.Add(bin + "/" + file);
     }
   }
   const std::string prefix = bin.substr(0, bin.rfind('/'));

@@ -31,7 +31,10 @@ std::set<std::string> related_words(const CompilerName& name);
 /// The files that hold the compiler proper, found from the resolved
 /// program `program` (an absolute path, links followed): the program; the
 /// programs beside it named with its target prefix and "cc..." (a
-/// separate compiler proper such as "x86_64-linux-gnu-ccom"); and, under
+/// separate compiler proper such as "x86_64-linux-gnu-ccom"), and those
+/// whose whole name, holding "cc" or "cpp", is a string of the program (a
+/// driver naming the compiler proper it runs: sdcc's "sdcpp", cl65's
+/// "cc65"); and, under
 /// the "lib*" and "libexec" directories of its prefix (the directory above
 /// the program's), the shared libraries whose names contain a related word
 /// and the programs named "cc..." or with a related word inside

@@ -62,3 +62,31 @@ TEST(CompilerFiles, InstallationFilesThatHoldTheCompiler) {
   EXPECT_EQ(top + "/lib/gcc/avr/5.4.0/cc1plus",
             compiler_files_of(top + "/bin/avr-gcc", false)[3]);
 }
+
+// A driver that runs its preprocessor or compiler proper from its own
+// directory names it in full: that program is read too; programs it names
+// that hold neither "cc" nor "cpp" (its assembler), and compilers it does
+// not name, are not.
+TEST(CompilerFiles, ProgramsTheDriverNamesBesideIt) {
+  tessel_test::ScratchDir scratch;
+  const std::string top =
+      std::filesystem::canonical(scratch.work()).string() + "/inst";
+  auto make = [&](const std::string& path, const std::string& text) {
+    tessel_test::WriteFile(top + "/" + path, text);
+    tessel_test::RunProcess("chmod +x " +
+                            tessel_test::ShellQuote(top + "/" + path));
+  };
+  const char driver[] = "ELF\0\0sdcpp\0sdas8051\0-mmcs51";
+  make("bin/sdcc", std::string(driver, sizeof driver));
+  make("bin/sdcpp", "x");
+  make("bin/sdas8051", "x");
+  make("bin/cc65", "x");
+  EXPECT_EQ((std::vector<std::string>{top + "/bin/sdcc", top + "/bin/sdcpp"}),
+            compiler_files_of(top + "/bin/sdcc", true));
+  // A cross gcc that names the host's driver does not read it.
+  const char cross[] = "ELF\0gcc-12\0";
+  make("bin/x86_64-w64-mingw32-gcc", std::string(cross, sizeof cross));
+  make("bin/gcc-12", "x");
+  EXPECT_EQ((std::vector<std::string>{top + "/bin/x86_64-w64-mingw32-gcc"}),
+            compiler_files_of(top + "/bin/x86_64-w64-mingw32-gcc", true));
+}
