@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
@@ -365,8 +366,9 @@ static void search_test(TesselGen& tg, const std::string& dir,
 
 // Where no header decides, a C++ product's library directories come first
 // (those below another of them after the others), then those of the
-// compiler's own installation (named like the compiler), then the others,
-// a directory after those below it.
+// compiler's own installation (named like the compiler), then the others;
+// in each group a directory comes after those below it (sdcc's port
+// directory "include/mcs51" before "include").
 static std::map<std::string, int> tie_ranks(
     TesselGen& tg, const std::vector<std::string>& dirs) {
   std::set<std::string> words;
@@ -389,22 +391,43 @@ static std::map<std::string, int> tie_ranks(
       belowCpp =
           belowCpp || (isCpp(otherPath) && path.rfind(otherPath + "/", 0) == 0);
     }
-    int r = parent ? 4 : 3;
+    bool own = false;
     for (const std::string& word : words) {
-      r = path.find(word) != std::string::npos ? 2 : r;
+      own = own || path.find(word) != std::string::npos;
     }
+    const int r = (own ? 2 : 4) + (parent ? 1 : 0);
     rank[dir] = isCpp(path) ? (belowCpp ? 1 : 0) : r;
   }
   return rank;
+}
+
+// The directories of the include lines ("-i"/"-si").
+static std::set<std::string> include_line_dirs(const Personality& personality) {
+  std::set<std::string> dirs;
+  for (const PersonalityLine& line : personality.lines) {
+    if (line.kind == LineKind::kInclude) {
+      dirs.insert(line.name);
+    }
+  }
+  return dirs;
+}
+
+// True for a line of the include section: an include line, or the "-q"
+// line of a directory that has one. A "-q" line alone (the directory of
+// the force-include header) is not a search directory and stays put.
+static bool in_include_section(const PersonalityLine& line,
+                               const std::set<std::string>& dirs) {
+  return line.kind == LineKind::kInclude ||
+         (line.kind == LineKind::kSystemInclude && dirs.count(line.name) > 0);
 }
 
 // The written include section, in order; the "-q" line of a directory
 // stays with it.
 static std::vector<WrittenDir> written_dirs(const Personality& personality) {
   std::vector<WrittenDir> dirs;
+  const std::set<std::string> included = include_line_dirs(personality);
   for (const PersonalityLine& line : personality.lines) {
-    if (line.kind != LineKind::kInclude &&
-        line.kind != LineKind::kSystemInclude) {
+    if (!in_include_section(line, included)) {
       continue;
     }
     auto same = std::find_if(dirs.begin(), dirs.end(),
@@ -424,17 +447,17 @@ static void rewrite_section(Personality* personality,
                             const std::vector<WrittenDir>& written,
                             const std::vector<std::string>& order) {
   std::vector<PersonalityLine>& lines = personality->lines;
-  auto first = std::find_if(lines.begin(), lines.end(), [](const auto& l) {
-    return l.kind == LineKind::kInclude || l.kind == LineKind::kSystemInclude;
+  const std::set<std::string> included = include_line_dirs(*personality);
+  auto first = std::find_if(lines.begin(), lines.end(), [&](const auto& l) {
+    return in_include_section(l, included);
   });
   // Without include lines the section goes first, where the stage writes it.
   const std::size_t at = first == lines.end()
                              ? 0
                              : static_cast<std::size_t>(first - lines.begin());
   lines.erase(std::remove_if(lines.begin(), lines.end(),
-                             [](const auto& l) {
-                               return l.kind == LineKind::kInclude ||
-                                      l.kind == LineKind::kSystemInclude;
+                             [&](const auto& l) {
+                               return in_include_section(l, included);
                              }),
               lines.end());
   std::vector<PersonalityLine> section;

@@ -91,7 +91,8 @@ std::string IncludeLines(const Strings& dirs) {
 // Runs the check on a personality listing `written` (after a define line
 // that must stay first) and returns the personality it leaves.
 std::string Check(FakeRun& run, const ChainCompiler& compiler,
-                  const Strings& written, std::vector<FactResult>* facts) {
+                  const Strings& written, std::vector<FactResult>* facts,
+                  const std::string& tail = "") {
   tessel_test::WriteFakeRules(Rules(compiler));
   for (const auto& [path, kind] : compiler.files) {
     const std::string::size_type slash = path.rfind('/');
@@ -101,7 +102,8 @@ std::string Check(FakeRun& run, const ChainCompiler& compiler,
   Personality personality;
   std::string err;
   EXPECT_TRUE(parse_personality(
-      "-d A=1\n" + IncludeLines(written) + "-s int=32\n", &personality, &err));
+      "-d A=1\n" + IncludeLines(written) + "-s int=32\n" + tail, &personality,
+      &err));
   *facts = check_include_dirs(*run.tg, &personality);
   return write_personality(personality);
 }
@@ -183,6 +185,45 @@ TEST(VerifyIncludeCheckStage, UndecidedPairsKeepTheWrittenOrder) {
       "orders it",
       facts[0].test);
   EXPECT_EQ(FactStatus::kUnchecked, facts[1].status);
+}
+
+// Where nothing orders a directory and one below it (a port's headers in
+// "include/mcs51" beside the common ones in "include"), the one below
+// comes first, as compilers search them.
+TEST(VerifyIncludeCheckStage, UndecidedSubdirectoryComesBeforeItsParent) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  ChainCompiler compiler{{"/inc/port", "/inc"},
+                         {{"/inc/x.h", "file"}, {"/inc/port/y.h", "file"}},
+                         "gcc"};
+  std::vector<FactResult> facts;
+  EXPECT_EQ("-d A=1\n" + IncludeLines({"/inc/port", "/inc"}) + "-s int=32\n",
+            Check(run, compiler, {"/inc", "/inc/port"}, &facts));
+  ASSERT_EQ(2u, facts.size());
+  // Both move, so both lines change; the test says how they were placed.
+  EXPECT_EQ(FactStatus::kCorrected, facts[0].status);
+  EXPECT_EQ(
+      "#include <x.h> after int x[: this copy named; place by rank: no header "
+      "orders it",
+      facts[0].test);
+  EXPECT_EQ(FactStatus::kCorrected, facts[1].status);
+}
+
+// The "-q" line of the force-include header's directory, written after
+// the types, has no include line: it is not a search directory, gets no
+// fact and stays where it is when the section is reordered.
+TEST(VerifyIncludeCheckStage, ForceIncludeDirectoryLineStaysPut) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  std::vector<FactResult> facts;
+  EXPECT_EQ("-d A=1\n" + IncludeLines({kGcc, kLocal, kUsr}) +
+                "-s int=32\n-q \"personality/kivforceinclude\"\n",
+            Check(run, WrappingCompiler("gcc"), {kUsr, kLocal, kGcc}, &facts,
+                  "-q \"personality/kivforceinclude\"\n"));
+  ASSERT_EQ(3u, facts.size());
+  for (const FactResult& fact : facts) {
+    EXPECT_NE("personality/kivforceinclude", fact.name);
+  }
 }
 
 TEST(VerifyIncludeCheckStage, DirectoryNeverSearchedIsDropped) {
