@@ -86,6 +86,36 @@ static void remove_keyword_lines(const std::string& name,
   personality->lines = kept;
 }
 
+std::string declared_name_use(const std::string& name) {
+  return "int tg_d_" + name + " = sizeof(&" + name + ");\n";
+}
+
+// Which of `names` (refused as ordinary identifiers) the compiler declares
+// itself: of those the stages erase, the ones whose address can be taken.
+static std::vector<bool> declared_names(TesselGen& tg,
+                                        const Personality& personality,
+                                        const std::vector<std::string>& names,
+                                        const std::vector<bool>& compiled) {
+  std::vector<std::size_t> asked;
+  std::vector<std::string> uses;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!compiled[i] &&
+        first_keyword_line(personality, names[i])->value.empty()) {
+      asked.push_back(i);
+      uses.push_back(declared_name_use(names[i]));
+    }
+  }
+  std::vector<bool> declared(names.size(), false);
+  if (uses.empty()) {
+    return declared;
+  }
+  const std::vector<bool> answers = compile_claims(tg, "", uses);
+  for (std::size_t k = 0; k < asked.size(); ++k) {
+    declared[asked[k]] = answers[k];
+  }
+  return declared;
+}
+
 std::vector<FactResult> check_keywords(TesselGen& tg,
                                        Personality* personality) {
   const std::vector<std::string> names = keyword_names(*personality);
@@ -94,6 +124,8 @@ std::vector<FactResult> check_keywords(TesselGen& tg,
     uses.push_back(identifier_use(name));
   }
   const std::vector<bool> compiled = compile_claims(tg, "", uses);
+  const std::vector<bool> declared =
+      declared_names(tg, *personality, names, compiled);
   std::vector<FactResult> results;
   for (std::size_t i = 0; i < names.size(); ++i) {
     FactResult result;
@@ -106,6 +138,14 @@ std::vector<FactResult> check_keywords(TesselGen& tg,
       result.status = FactStatus::kCorrected;
       result.hasNow = false;
       result.test += " compiles";
+      remove_keyword_lines(names[i], personality);
+    } else if (declared[i]) {
+      // A function or object the compiler declares before any header (sdcc's
+      // __fsadd): a second declaration clashes, but it is no keyword, and
+      // erasing it would break the headers that declare it.
+      result.status = FactStatus::kCorrected;
+      result.hasNow = false;
+      result.test += " fails; sizeof(&" + names[i] + ") at file scope compiles";
       remove_keyword_lines(names[i], personality);
     } else {
       result.status = FactStatus::kConfirmed;

@@ -24,11 +24,21 @@ std::vector<std::string> keyword_names(const Personality& personality);
 /// `__asm`, accepted as a variable name, fails in the expression.
 std::string identifier_use(const std::string& name);
 
+/// The test source text that takes the address of `name` at file scope
+/// (`int tg_d_NAME = sizeof(&NAME);`): it compiles only for a function or
+/// object the compiler has declared, never for a keyword, a type name or an
+/// unknown name.
+std::string declared_name_use(const std::string& name);
+
 /// Checks that every keyword name fails where an ordinary identifier
-/// compiles. The names are compiled in groups: a group that compiles shows
+/// compiles, and that a name the stages erase (an empty replacement) is not
+/// a function or object the compiler declares itself (`declared_name_use`
+/// compiles), which clashes with a second declaration without being a
+/// keyword. The names are compiled in groups: a group that compiles shows
 /// every member to be an ordinary identifier at once; a group that fails is
-/// split in halves. A name that compiles loses its define lines (status
-/// corrected, nothing now); one that fails is confirmed. Returns one result
+/// split in halves. A name that compiles, or that the compiler declares,
+/// loses its define lines (status corrected, nothing now); one that fails
+/// is confirmed. Returns one result
 /// per name.
 std::vector<FactResult> check_keywords(TesselGen& tg, Personality* personality);
 

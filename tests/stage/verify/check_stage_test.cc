@@ -154,6 +154,41 @@ TEST(CheckStage, ContradictedFactsAreCorrected) {
             log.end());
 }
 
+// A function the compiler declares before any header (sdcc's __fsadd)
+// clashes with a declaration as a keyword does, but its address can be
+// taken: its erasing line goes. An erased keyword (__data) stays, and so
+// does a keyword replaced by a word, whose address is never asked for.
+TEST(CheckStage, FunctionsTheCompilerDeclaresLoseTheirKeywordLines) {
+  ScratchDir scratch;
+  FakeRun run(true, false);
+  WriteFakeRules(Rules("KW=\"__asm __inline __data\" DECL=__fsadd\n"));
+  std::string written = kLp64Personality;
+  written += "-d __data=\n-d __fsadd=\n";
+  Check(run, written);
+  EXPECT_EQ(std::string(kLp64Personality) + "-d __data=\n", ReadFile(kPath));
+  EXPECT_NE(run.console.str().find(
+                "keyword                    3         1         0         0\n"
+                "Corrections: 1\n"
+                "-d __fsadd= -> (none)\n"),
+            std::string::npos)
+      << run.console.str();
+  const std::string report = ReadFile(std::string(kPath) + ".verify.json");
+  EXPECT_NE(report.find("{\"kind\": \"keyword\", \"name\": \"__fsadd\", "
+                        "\"written\": \"\", \"now\": null, \"status\": "
+                        "\"corrected\", \"test\": \"int __fsadd = 1; return "
+                        "__fsadd; fails; sizeof(&__fsadd) at file scope "
+                        "compiles\"}"),
+            std::string::npos)
+      << report;
+  // Only the two erased names are asked about: together (the pair fails),
+  // then each alone.
+  int asked = 0;
+  for (const std::string& line : Lines(ReadFile("sources.log"))) {
+    asked += line.find("sizeof(&") != std::string::npos ? 1 : 0;
+  }
+  EXPECT_EQ(4, asked);
+}
+
 TEST(CheckStage, MissingFactsAreAdded) {
   ScratchDir scratch;
   FakeRun run(true, false);

@@ -14,16 +14,20 @@ namespace tessel_test {
 ///   IT[NAME]="unsigned long"       what size_t, ptrdiff_t, wchar_t are
 ///   XN=63 NA=31                    identifier characters told apart
 ///   KW="__asm __inline"            the keywords (blank-separated)
+///   DECL="__fsadd"                 functions the compiler declares itself
+///                                  (a second declaration clashes, their
+///                                  address can be taken)
 ///   BUILTIN_WCHAR=1                wchar_t is a type without a header
 ///   MODE=warns|rejects             a compiler that only warns about a
 ///                                  negative array, or fails every file
 /// Each source line is judged alone: a negative-array typedef fails when
 /// its claim evaluates to 0, a pointer redeclaration when the two types
 /// differ, an `int X...a; long X...b;` pair when the names are longer than
-/// the limit, and `int NAME;` when NAME is a keyword. Every source is
+/// the limit, `int NAME;` when NAME is a keyword or declared, and
+/// `sizeof(&NAME)` unless NAME is declared. Every source is
 /// appended to "sources.log", each followed by a line "----".
 inline std::string VerifyModelRules(const std::string& table) {
-  return "declare -A S A IT\nCHAR_SIGNED=1 XN=16384 NA=16384 KW= "
+  return "declare -A S A IT\nCHAR_SIGNED=1 XN=16384 NA=16384 KW= DECL= "
          "BUILTIN_WCHAR=0 MODE=\n" +
          table + R"BASH(
 printf '%s----\n' "$FAKE_TEXT" >> sources.log
@@ -44,6 +48,7 @@ re_struct='^typedef struct \{ char c; (.*) t; \} tg_s_[a-z0-9]+;$'
 re_redecl='^extern (.*)\* (tg_p[0-9]+); extern (.*)\* tg_p[0-9]+;$'
 re_ident='(int|long) ([A-Za-z_][A-Za-z_0-9]*)[ab];'
 re_plain='^int ([A-Za-z_][A-Za-z_0-9]*) = 1; int tg_u_'
+re_addr='^int tg_d_[A-Za-z_0-9]+ = sizeof\(&([A-Za-z_][A-Za-z_0-9]*)\);$'
 judge() {  # fails the compile for a line the model rejects
   local line=$1 e
   if [[ $line =~ $re_struct ]]; then
@@ -70,6 +75,9 @@ judge() {  # fails the compile for a line the model rejects
       fail "error: conflicting types for '${BASH_REMATCH[2]}'"
   elif [[ $line =~ $re_plain ]]; then
     case " $KW " in *" ${BASH_REMATCH[1]} "*) fail "error: expected identifier" ;; esac
+    case " $DECL " in *" ${BASH_REMATCH[1]} "*) fail "error: Duplicate symbol" ;; esac
+  elif [[ $line =~ $re_addr ]]; then
+    case " $DECL " in *" ${BASH_REMATCH[1]} "*) ;; *) fail "error: no address" ;; esac
   elif [[ $line =~ $re_ident ]]; then
     local limit=$XN
     [[ $line == void* ]] && limit=$NA
