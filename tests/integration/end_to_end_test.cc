@@ -1,10 +1,12 @@
 // Whole runs against the real compilers of this machine: each test runs one
-// preset of scripts/run.sh with the built TesselGen and checks the
-// personality it writes against what the compiler says about itself. Every
-// check is non-fatal, so one run reports every difference at once.
-//
-// Where the specified method cannot learn a fact as the compiler has it,
-// the expectation is the method's answer and the case is named beside it.
+// preset of scripts/run.sh (with "-verify", as run.sh does by default) with
+// the built TesselGen and checks two things against what the compiler says
+// about itself. The verified personality must agree with the compiler on
+// every fact. The stages' own answers, which the run's JSON report keeps
+// as "written", must be what the stages' methods can learn: where a method
+// cannot learn a fact as the compiler has it, the expectation is the
+// method's answer and the case is named beside it. Every check is
+// non-fatal, so one run reports every difference at once.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,6 +20,8 @@
 
 #include "tests/integration/compiler_truth.h"
 #include "tests/integration/personality_checks.h"
+#include "tests/integration/preset_run_cache.h"
+#include "tests/integration/verified_checks.h"
 #include "tests/support/model_round_trip.h"
 #include "tests/support/test_support.h"
 
@@ -34,6 +38,7 @@ using tessel_test::RunProcess;
 using tessel_test::ScratchDir;
 using tessel_test::ShellQuote;
 using tessel_test::Specified;
+using tessel_test::VerifiedCases;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -47,8 +52,8 @@ std::string SkipReason(const Preset& preset) {
 }
 
 // Runs `preset` end to end through run.sh with its run directory under
-// `runs` and returns its personality; `arguments` are run.sh's arguments.
-// The run is not verified: these tests compare the stages' own answers.
+// `runs` and returns the path of its personality; `arguments` are run.sh's
+// arguments.
 std::string RunPreset(const Preset& preset, const std::string& arguments,
                       const std::string& runs) {
   auto start = std::chrono::steady_clock::now();
@@ -56,7 +61,7 @@ std::string RunPreset(const Preset& preset, const std::string& arguments,
       "TESSEL_BINARY=" + ShellQuote(tessel_test::kTesselBinary) +
       " TESSEL_RUNS_DIR=" + ShellQuote(runs) + " bash " +
       ShellQuote(std::string(tessel_test::kSourceDir) + "/scripts/run.sh") +
-      " --no-verify " + arguments);
+      " " + arguments);
   auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
                      std::chrono::steady_clock::now() - start)
                      .count();
@@ -67,7 +72,7 @@ std::string RunPreset(const Preset& preset, const std::string& arguments,
   EXPECT_NE(std::string::npos, run.out.find("\nCompleted OK\n")) << run.out;
   const std::string path = Reported(run.out, "Personality:");
   EXPECT_TRUE(tessel_test::Exists(path)) << run.out;
-  return tessel_test::ReadFile(path);
+  return path;
 }
 
 // `dirs` with its first entry moved to the end.
@@ -178,15 +183,18 @@ void CrossCases(const std::string& name, Specified& specified) {
     // so the names are tested by declarations alone. It also declares its
     // floating point and copy helpers (__fsadd, __memcpy, ...) itself and
     // calls a second declaration a "Duplicate symbol", which is not one of
-    // the messages that mark a built-in name: they come out as keywords
-    // (and go to the review list), which the check allows, since sdcc
-    // refuses them as ordinary names.
-    specified.keywords = {"__data",   "__xdata",    "__idata",    "__pdata",
-                          "__code",   "__sfr",      "__sfr16",    "__sfr32",
-                          "__sbit",   "__bit",      "__at",       "__interrupt",
-                          "__using",  "__critical", "__naked",    "__reentrant",
-                          "__banked", "__near",     "__far",      "__asm",
-                          "__endasm", "__wparam",   "__nonbanked"};
+    // the messages that mark a built-in name: the stages write them as
+    // keywords (for the review list), which the check allows, since sdcc
+    // refuses them as ordinary names. The verified personality keeps only
+    // the keywords.
+    specified.keywords = {
+        "__data",   "__xdata",    "__idata",     "__pdata",
+        "__code",   "__sfr",      "__sfr16",     "__sfr32",
+        "__sbit",   "__bit",      "__at",        "__interrupt",
+        "__using",  "__critical", "__naked",     "__reentrant",
+        "__banked", "__near",     "__far",       "__asm",
+        "__endasm", "__wparam",   "__nonbanked", "__preserves_regs"};
+    specified.onlyKnownKeywords = true;
   } else if (name == "cc65") {
     // cc65 knows float and double (4 bytes each) but stops at a floating
     // constant ("Floating point type is currently unsupported"), so the
@@ -260,6 +268,75 @@ Specified SpecifiedFor(const std::string& name) {
   return specified;
 }
 
+// The places of a verified personality that no compile can decide, per
+// preset.
+VerifiedCases VerifiedCasesFor(const std::string& name) {
+  VerifiedCases cases;
+  if (name == "pcc") {
+    // pcc searches /usr/include/x86_64-linux-gnu before its own directory;
+    // the two share no header, so no compile orders them and the check
+    // ranks the compiler's own directory first.
+    cases.order = [](const Strings& e) {
+      Strings order = e;
+      auto own = std::find_if(order.begin(), order.end(), [](auto& d) {
+        return d.find("/pcc/") != std::string::npos;
+      });
+      auto other = std::find(order.begin(), order.end(),
+                             "/usr/include/x86_64-linux-gnu");
+      if (own != order.end() && other != order.end() && own > other) {
+        std::rotate(other, own, own + 1);
+      }
+      return order;
+    };
+  }
+  return cases;
+}
+
+// Checks the personality at `path`, written by a verified run of `preset`:
+// the stages' answers against `specified`, the verified facts against the
+// compiler.
+void CheckRun(const Preset& preset, const std::string& path,
+              const Specified& specified) {
+  const std::string text = tessel_test::ReadFile(path);
+  ASSERT_FALSE(text.empty()) << "no personality at " << path;
+  // The personality model must read every line a run writes and give the
+  // file back unchanged.
+  EXPECT_EQ("", tessel_test::ModelRoundTripProblem(text));
+  const std::string report = tessel_test::ReadFile(path + ".verify.json");
+  ASSERT_NE(std::string::npos, report.find("\"checked\": true")) << report;
+  const Personality verified = ParsePersonality(text, preset.isC);
+  const Personality stages =
+      tessel_test::StageView(verified, tessel_test::ReportedFacts(report));
+
+  {
+    SCOPED_TRACE("the stages' answers");
+    ExpectIncludeDirectories(preset, stages, specified);
+    ExpectMacros(preset, stages, specified);
+    ExpectTypes(preset, stages, specified);
+    ExpectKeywords(preset, stages, specified.keywords);
+  }
+  {
+    SCOPED_TRACE("the verified personality");
+    tessel_test::ExpectVerifiedIncludeDirectories(
+        preset, verified, VerifiedCasesFor(preset.name));
+    tessel_test::ExpectVerifiedMacros(preset, verified);
+    tessel_test::ExpectVerifiedTypes(preset, verified, stages);
+    tessel_test::ExpectVerifiedIdentifierLengths(preset, text);
+    ExpectKeywords(preset, verified, specified.keywords);
+    if (specified.onlyKnownKeywords) {
+      for (const std::string& name : verified.keywords) {
+        const bool helper = name.rfind("kiv_", 0) == 0 ||
+                            name.rfind("_kiv_", 0) == 0 ||
+                            name.find("builtin_") != std::string::npos;
+        EXPECT_TRUE(helper || std::find(specified.keywords.begin(),
+                                        specified.keywords.end(),
+                                        name) != specified.keywords.end())
+            << name << " is not a keyword of " << preset.compiler;
+      }
+    }
+  }
+}
+
 // Runs the preset `name` end to end and checks the personality against the
 // compiler. With `asCross`, the preset's arguments are given as a cross
 // compiler ("ccmp"), so that the compile-only methods run on a compiler
@@ -278,37 +355,33 @@ void CheckPreset(const std::string& name, const Specified& specified,
   if (!skip.empty()) {
     GTEST_SKIP() << skip;
   }
-  // The run and the compiles that ask the compiler both work in here.
+  // The compiles that ask the compiler work in here.
   ScratchDir scratch;
-  std::string arguments = ShellQuote(name);
-  if (asCross) {
-    // The preset's own arguments, as run.sh would give them, as a cross
-    // compiler.
-    preset.cross = true;
-    arguments = "-- vellc ccmp " + ShellQuote(preset.compiler);
-    for (const std::string& argument :
-         {preset.outputFlag, preset.compileFlag, preset.defineFlag,
-          preset.objExt, preset.order}) {
-      arguments += " " + ShellQuote(argument);
-    }
-    for (const std::string& dir : tessel_test::SearchList(preset)) {
-      arguments += " -i " + ShellQuote(dir);
-    }
-    for (const std::string& sw : preset.switches) {
-      arguments += " -xs " + ShellQuote(sw);
-    }
+  if (!asCross) {
+    // The export tests read the same runs.
+    std::string why;
+    const std::optional<std::string> path =
+        tessel_test::PresetPersonality({preset.name, preset.compiler}, &why);
+    ASSERT_TRUE(path.has_value()) << why;
+    CheckRun(preset, *path, specified);
+    return;
   }
-  std::string text = RunPreset(preset, arguments, scratch.work());
-  ASSERT_FALSE(text.empty()) << "no personality";
-  // The personality model must read every line a run writes and give the
-  // file back unchanged.
-  EXPECT_EQ("", tessel_test::ModelRoundTripProblem(text));
-  Personality p = ParsePersonality(text, preset.isC);
-
-  ExpectIncludeDirectories(preset, p, specified);
-  ExpectMacros(preset, p, specified);
-  ExpectTypes(preset, p, specified);
-  ExpectKeywords(preset, p, specified.keywords);
+  // The preset's own arguments, as run.sh would give them, as a cross
+  // compiler.
+  preset.cross = true;
+  std::string arguments = "-- vellc ccmp " + ShellQuote(preset.compiler);
+  for (const std::string& argument :
+       {preset.outputFlag, preset.compileFlag, preset.defineFlag, preset.objExt,
+        preset.order}) {
+    arguments += " " + ShellQuote(argument);
+  }
+  for (const std::string& dir : tessel_test::SearchList(preset)) {
+    arguments += " -i " + ShellQuote(dir);
+  }
+  for (const std::string& sw : preset.switches) {
+    arguments += " -xs " + ShellQuote(sw);
+  }
+  CheckRun(preset, RunPreset(preset, arguments, scratch.work()), specified);
 }
 
 }  // namespace

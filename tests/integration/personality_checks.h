@@ -157,6 +157,9 @@ struct Specified {
   // Keywords the compiler documents, which must have keyword lines when
   // the headers name them.
   Strings keywords;
+  // The verified personality has keyword lines for those alone (and the
+  // analyser's helpers).
+  bool onlyKnownKeywords = false;
 };
 
 // Include lines: the searched directories that hold headers, each with its

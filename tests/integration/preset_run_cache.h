@@ -10,6 +10,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -75,9 +76,10 @@ inline std::string PersonalityLine(const std::string& output) {
 }
 
 /// The personality of `preset`: read from the cache under the build
-/// directory, or produced by scripts/run.sh with the built TesselGen and
-/// cached. Empty with `why` set when the compiler is missing or the run
-/// fails.
+/// directory, or produced by scripts/run.sh (which passes "-verify") with
+/// the built TesselGen and cached. The end-to-end test of every preset and
+/// the export tests share the runs. Empty with `why` set when the compiler is
+/// missing or the run fails.
 inline std::optional<std::string> PresetPersonality(const CachedPreset& preset,
                                                     std::string* why) {
   if (RunProcess("command -v " + ShellQuote(preset.compiler)).exitCode != 0) {
@@ -99,11 +101,18 @@ inline std::optional<std::string> PresetPersonality(const CachedPreset& preset,
       " TESSEL_RUNS_DIR=" + ShellQuote((cache / "runs").string()) + " " +
       ShellQuote(std::string(kSourceDir) + "/scripts/run.sh");
   command += " " + ShellQuote(preset.name);
+  const auto start = std::chrono::steady_clock::now();
   const ProcessResult run = RunProcess(command);
+  std::cout << "[ FIGURES  ] " << preset.name << ": whole run "
+            << std::chrono::duration_cast<std::chrono::seconds>(
+                   std::chrono::steady_clock::now() - start)
+                   .count()
+            << " s" << std::endl;
   const std::string path = PersonalityLine(run.out);
-  if (run.exitCode != 0 || path.empty() || !Exists(path)) {
+  if (run.exitCode != 0 || path.empty() || !Exists(path) ||
+      run.out.find("\nCompleted OK\n") == std::string::npos) {
     *why = "scripts/run.sh " + preset.name + " failed (status " +
-           std::to_string(run.exitCode) + "): " + run.err;
+           std::to_string(run.exitCode) + "): " + run.out + run.err;
     return std::nullopt;
   }
   WriteFile((cache / (preset.name + ".path")).string(), path);

@@ -1,12 +1,16 @@
 // What a compiler says about itself, asked with its own reporting options:
-// its header search list ("-v", "tcc -vv", pcc's preprocessor arguments)
-// and its predefined macros ("-dM -E"). The checks of include directories
-// and macros are compared with these answers; nothing here is shared with
-// the code that checks, so that one mistake cannot pass in both.
+// its header search list ("-v", "tcc -vv", pcc's preprocessor arguments,
+// "sdcc --print-search-dirs") and its predefined macros ("-dM -E"; for
+// cc65, which has neither, what its manual documents). The checks of include
+// directories and macros are compared with these answers; nothing here is
+// shared with the code that checks, so that one mistake cannot pass in both.
 #ifndef TESSEL_TESTS_INTEGRATION_SEARCH_ORDER_TRUTH_H_
 #define TESSEL_TESTS_INTEGRATION_SEARCH_ORDER_TRUTH_H_
 
+#include <algorithm>
 #include <cctype>
+#include <cstdio>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -14,6 +18,55 @@
 #include "tests/support/test_support.h"
 
 namespace search_truth {
+
+/// True when `command` starts with the program `program`.
+inline bool Runs(const std::string& command, const std::string& program) {
+  return command.compare(0, program.size(), program) == 0 &&
+         (command.size() == program.size() || command[program.size()] == ' ');
+}
+
+/// cc65 reports neither its search list nor its macros; its manual names
+/// the one directory it searches (without CC65_INC) and the macros it may
+/// predefine, which the preprocessor is asked about one by one.
+const char kCc65IncludeDir[] = "/usr/share/cc65/include";
+const char* const kCc65DocumentedMacros[] = {
+    "__APPLE2__",   "__APPLE2ENH__",    "__ATARI__",        "__ATARIXL__",
+    "__ATMOS__",    "__C128__",         "__C16__",          "__C64__",
+    "__CBM__",      "__CBM510__",       "__CBM610__",       "__CC65__",
+    "__CC65_STD__", "__CC65_STD_C89__", "__CC65_STD_C99__", "__CC65_STD_CC65__",
+    "__CX16__",     "__DATE__",         "__EAGERINLINE__",  "__FILE__",
+    "__GEOS__",     "__LINE__",         "__LUNIX__",        "__LYNX__",
+    "__NES__",      "__OPT__",          "__OPT_i__",        "__OPT_r__",
+    "__OPT_s__",    "__PET__",          "__PLUS4__",        "__SIM6502__",
+    "__SIM65C02__", "__STDC__",         "__STDC_HOSTED__",  "__STDC_VERSION__",
+    "__TIME__",     "__VIC20__"};
+
+/// The source file name for `command`'s preprocessor: sdcc and cc65 take
+/// no "-x" and judge the language by the extension.
+inline bool TakesLanguageSwitch(const std::string& command) {
+  return !Runs(command, "sdcc") && !Runs(command, "cl65");
+}
+
+/// The lines `command`'s preprocessor makes of `text` (given in a file).
+inline std::vector<std::string> Preprocessed(const std::string& command,
+                                             bool isC,
+                                             const std::string& text) {
+  if (TakesLanguageSwitch(command)) {
+    tessel_test::WriteFile("truth_expand.txt", text);
+    return tessel_test::Lines(
+        tessel_test::RunProcess(command + (isC ? " -xc" : " -xc++") +
+                                " -E -P truth_expand.txt")
+            .out);
+  }
+  tessel_test::WriteFile("truth_expand.c", text);
+  if (Runs(command, "cl65")) {
+    std::remove("truth_expand.i");
+    tessel_test::RunProcess(command + " -E truth_expand.c -o truth_expand.i");
+    return tessel_test::Lines(tessel_test::ReadFile("truth_expand.i"));
+  }
+  return tessel_test::Lines(
+      tessel_test::RunProcess(command + " -E truth_expand.c").out);
+}
 
 /// The directories `command` (compiler and switches) searches for
 /// "#include <...>", in its order, without a trailing "/".
@@ -32,6 +85,32 @@ inline std::vector<std::string> SearchList(const std::string& command,
         dirs.push_back(line.substr(line.find_first_not_of(' ')));
       }
       inside = inside || line == "include:";
+    }
+    return dirs;
+  }
+  if (Runs(command, "cl65")) {
+    return {kCc65IncludeDir};
+  }
+  if (Runs(command, "sdcc")) {
+    // Its "includedir:" list names each directory twice, once through the
+    // program's own directory ("/usr/bin/../share/...").
+    bool inside = false;
+    for (const std::string& line : tessel_test::Lines(
+             tessel_test::RunProcess(command + " --print-search-dirs").out)) {
+      if (inside && (line.empty() || line.back() == ':')) {
+        break;
+      }
+      if (inside) {
+        std::string dir = line;
+        const std::string::size_type up = dir.find("/bin/../");
+        if (up != std::string::npos) {
+          dir.erase(up, 7);
+        }
+        if (std::find(dirs.begin(), dirs.end(), dir) == dirs.end()) {
+          dirs.push_back(dir);
+        }
+      }
+      inside = inside || line == "includedir:";
     }
     return dirs;
   }
@@ -70,9 +149,36 @@ inline std::vector<std::string> SearchList(const std::string& command,
 inline std::map<std::string, std::string> Macros(const std::string& command,
                                                  bool isC) {
   std::map<std::string, std::string> macros;
+  if (Runs(command, "cl65")) {
+    // One documented name a line: a defined one comes back replaced.
+    std::string text;
+    for (const char* name : kCc65DocumentedMacros) {
+      text += std::string(name) + "\n";
+    }
+    const std::vector<std::string> lines = Preprocessed(command, isC, text);
+    std::vector<std::string> values;
+    for (const std::string& line : lines) {
+      if (!line.empty() && line[0] != '#') {
+        values.push_back(line);
+      }
+    }
+    const std::size_t count = std::size(kCc65DocumentedMacros);
+    for (std::size_t i = 0; i < count && i < values.size(); ++i) {
+      if (values[i] != kCc65DocumentedMacros[i]) {
+        macros[kCc65DocumentedMacros[i]] = values[i];
+      }
+    }
+    return macros;
+  }
   const std::string lang = isC ? "c" : "c++";
-  tessel_test::ProcessResult result =
-      tessel_test::RunProcess(command + " -x" + lang + " -dM -E /dev/null");
+  std::string source = "/dev/null";
+  if (!TakesLanguageSwitch(command)) {
+    tessel_test::WriteFile("truth_empty.c", "");
+    source = "truth_empty.c";
+  }
+  tessel_test::ProcessResult result = tessel_test::RunProcess(
+      command + (TakesLanguageSwitch(command) ? " -x" + lang : "") +
+      " -dM -E " + source);
   for (const std::string& line : tessel_test::Lines(result.out)) {
     if (line.rfind("#define ", 0) != 0) {
       continue;
@@ -110,12 +216,8 @@ inline std::string TokenSpelling(const std::string& text) {
 /// (spelled as `TokenSpelling` gives).
 inline std::string Expanded(const std::string& command, bool isC,
                             const std::string& value) {
-  tessel_test::WriteFile("truth_expand.txt", value + "\n");
-  const std::string lang = isC ? "c" : "c++";
-  tessel_test::ProcessResult result = tessel_test::RunProcess(
-      command + " -x" + lang + " -E -P truth_expand.txt");
   std::string last;
-  for (const std::string& line : tessel_test::Lines(result.out)) {
+  for (const std::string& line : Preprocessed(command, isC, value + "\n")) {
     if (!line.empty() && line[0] != '#') {
       last = line;
     }

@@ -209,51 +209,6 @@ void ExpectNamesAndKeywords(const Preset& truth, const Personality& p) {
   }
 }
 
-// The identifier lengths of `p`, and every keyword it keeps, agree with the
-// compiler.
-void ExpectVerifiedNames(const Preset& truth, const Personality& p) {
-  ExpectIdentifierLengths(truth, p);
-  for (const std::string& name : keyword_names(p)) {
-    EXPECT_FALSE(IsOrdinaryIdentifier(truth, name)) << name;
-  }
-}
-
-// Runs scripts/run.sh (which passes "-verify") with `arguments` and checks
-// the personality's type facts, names and keywords against `compiler`.
-void CheckVerifiedRun(const Compiler& compiler, const std::string& arguments) {
-  if (tessel_test::RunProcess(std::string("command -v ") + compiler.command +
-                              " >/dev/null")
-          .exitCode != 0) {
-    GTEST_SKIP() << compiler.command << " is not installed";
-  }
-  ScratchDir scratch;
-  const tessel_test::ProcessResult run = tessel_test::RunProcess(
-      "TESSEL_BINARY=" + ShellQuote(tessel_test::kTesselBinary) +
-      " TESSEL_RUNS_DIR=" + ShellQuote(scratch.work()) + " bash " +
-      ShellQuote(std::string(tessel_test::kSourceDir) + "/scripts/run.sh") +
-      " " + arguments);
-  ASSERT_EQ(0, run.exitCode) << run.out << run.err;
-  const std::string key = "Personality:       ";
-  const std::string::size_type at = run.out.find(key);
-  ASSERT_NE(std::string::npos, at) << run.out;
-  const std::string path =
-      run.out.substr(at + key.size(), run.out.find('\n', at) - at - key.size());
-  const std::string::size_type table = run.out.find("Verification of the");
-  ASSERT_NE(std::string::npos, table) << run.out;
-  std::printf(
-      "%s",
-      run.out.substr(table, run.out.find("Completed OK") - table).c_str());
-  EXPECT_NE(ReadFile(path + ".verify.json").find("\"checked\": true"),
-            std::string::npos);
-  Personality p;
-  std::string err;
-  ASSERT_TRUE(read_personality_file(path, &p, &err)) << err;
-  const Preset truth = TruthPreset(compiler);
-  ExpectTypeFacts(truth, p, false);
-  ExpectSignAndIntrinsics(truth, p);
-  ExpectVerifiedNames(truth, p);
-}
-
 void CheckCompiler(const Compiler& compiler) {
   ScratchDir scratch;
   Personality result;
@@ -283,26 +238,3 @@ TEST(VerifyChecks, SdccMcs51) { CheckCompiler(kCompilers[8]); }
 TEST(VerifyChecks, Cc65) { CheckCompiler(kCompilers[9]); }
 TEST(VerifyChecks, Mingw) { CheckCompiler(kCompilers[10]); }
 TEST(VerifyChecks, PowerpcGcc) { CheckCompiler(kCompilers[11]); }
-
-// Whole preset runs with "-verify": the personality agrees with the
-// compiler on every type fact, identifier length and keyword.
-TEST(VerifiedPreset, Tcc) { CheckVerifiedRun(kCompilers[6], "tcc"); }
-TEST(VerifiedPreset, AvrGcc) { CheckVerifiedRun(kCompilers[4], "avr-gcc"); }
-TEST(VerifiedPreset, GccM32) {
-  // The gcc preset's arguments with "-m32" added, as a cross compiler.
-  const tessel_test::ProcessResult args = tessel_test::RunProcess(
-      "bash " +
-      ShellQuote(std::string(tessel_test::kSourceDir) + "/scripts/run.sh") +
-      " --args gcc");
-  ASSERT_EQ(0, args.exitCode);
-  std::string arguments = "--";
-  std::vector<std::string> lines = tessel_test::Lines(args.out);
-  ASSERT_GE(lines.size(), 8u);
-  lines[1] = "ccmp";
-  lines.push_back("-xs");
-  lines.push_back("-m32");
-  for (const std::string& line : lines) {
-    arguments += " " + ShellQuote(line);
-  }
-  CheckVerifiedRun(kCompilers[3], arguments);
-}

@@ -346,3 +346,11 @@ TEST(VerifyIncludeMacroPowerpc, MatchesSearchListAndMacros) {
 TEST(VerifyIncludeMacroGccM32, MatchesSearchListAndMacros) {
   CheckCompiler({"gcc", {"-m32", "-fno-diagnostics-show-caret"}});
 }
+
+TEST(VerifyIncludeMacroSdcc, MatchesSearchListAndMacros) {
+  CheckCompiler({"sdcc", {"-mmcs51"}, true, ".rel"});
+}
+
+TEST(VerifyIncludeMacroCc65, MatchesSearchListAndMacros) {
+  CheckCompiler({"cl65", {"-t c64"}});
+}
