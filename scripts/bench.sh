@@ -3,7 +3,8 @@
 #
 #   scripts/bench.sh                        every installed preset once (gcc
 #                                           three times, the median), one
-#                                           line each
+#                                           line each, then gcc three times
+#                                           without "-verify"
 #   scripts/bench.sh PRESET [RUNS]          one preset stage by stage
 #                                           (default 3 runs)
 #
@@ -11,7 +12,9 @@
 # records per stage its wall time, its compiles and the time spent inside
 # the commands it starts) and runs the presets with it through
 # scripts/run.sh. Without arguments it prints per preset the compiles, the
-# time of the whole run and the time per compile. With a preset, it prints
+# time of the whole run and the time per compile, and what the check stage
+# of "-verify" adds to them (its own row of the stage table); gcc also runs
+# three times with --no-verify, whose median is printed after. With a preset, it prints
 # per stage the median wall time and compiles, and the total, and then sets
 # the tool's own time (outside the commands, less writing the compile
 # scripts) against the cost of the compile script mechanism, which each run
@@ -32,11 +35,12 @@ keep=${TESSEL_KEEP_RUNS:-0}
 trap '[ "$keep" = 1 ] || rm -rf "$runs_dir"' EXIT
 
 # Runs PRESET RUNS times and appends the stage tables to `tables`.
-bench_runs() {  # preset runs
+# With a third argument "--no-verify" the runs are not verified.
+bench_runs() {  # preset runs [--no-verify]
   local i out dir
   for ((i = 1; i <= $2; i++)); do
-    echo "Run $i of $2: $1" >&2
-    out=$(TESSEL_BINARY=$binary TESSEL_RUNS_DIR=$runs_dir "$top/scripts/run.sh" "$1")
+    echo "Run $i of $2: $1 ${3:-}" >&2
+    out=$(TESSEL_BINARY=$binary TESSEL_RUNS_DIR=$runs_dir "$top/scripts/run.sh" ${3:-} "$1")
     dir=$(sed -n 's/^Run directory: *//p' <<<"$out")
     if [ ! -f "$dir/bench_stages.tsv" ]; then
       echo "Run $i left no stage table; its output ends with:" >&2
@@ -52,28 +56,55 @@ machine() {
   echo "$(nproc 2>/dev/null || echo '?') cores, load $(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo '?')"
 }
 
+# One row of the all-preset table from the stage tables in `tables`: the run
+# that is the median by wall time, its compiles, time and time per compile,
+# and the compiles and time of its "verify" stage with what they add to the
+# rest of the run.
+preset_row() {  # name
+  awk -F'\t' '$1 == "total" { total[FILENAME] = $2 " " $3 }
+      $1 == "verify" { check[FILENAME] = $2 " " $3 }
+      END { for (f in total) { v = (f in check) ? check[f] : "0 0"; print total[f] " " v } }' "${tables[@]}" |
+    sort -n | awk -v name="$1" '{ w[NR] = $1; c[NR] = $2; vw[NR] = $3; vc[NR] = $4 }
+      END { m = int((NR + 1) / 2)
+        printf "%-24s %9d %10.1f %11.1f %9d %7.1f %8.1f %7.1f", name, c[m], w[m],
+          c[m] ? 1000 * w[m] / c[m] : 0, vc[m], vw[m],
+          (c[m] > vc[m]) ? 100 * vc[m] / (c[m] - vc[m]) : 0,
+          (w[m] > vw[m]) ? 100 * vw[m] / (w[m] - vw[m]) : 0 }'
+}
+
 if [ $# -eq 0 ]; then
-  # Every preset whose compiler is installed: its "total" row, the median
-  # of the runs by wall time.
+  # Every preset whose compiler is installed: the median of its runs by
+  # wall time.
   rows=()
   for preset in $("$top/scripts/run.sh" --list); do
     if ! "$top/scripts/run.sh" --args "$preset" >/dev/null 2>&1; then
-      rows+=("$(printf '%-24s %9s %10s %15s' "$preset" - - "not installed")")
+      rows+=("$(printf '%-24s %9s %10s %11s' "$preset" - - "not installed")")
       continue
     fi
     tables=()
     runs=1
     [ "$preset" = gcc ] && runs=3
     bench_runs "$preset" "$runs"
-    rows+=("$(awk -F'\t' '$1 == "total" { print $2, $3 }' "${tables[@]}" |
-      sort -n | awk -v name="$preset" '{ w[NR] = $1; c[NR] = $2 }
-        END { m = int((NR + 1) / 2)
-          printf "%-24s %9d %10.1f %15.1f", name, c[m], w[m], c[m] ? 1000 * w[m] / c[m] : 0 }')")
+    rows+=("$(preset_row "$preset")")
   done
+  plain=()
+  if "$top/scripts/run.sh" --args gcc >/dev/null 2>&1; then
+    tables=()
+    bench_runs gcc 3 --no-verify
+    plain+=("$(preset_row gcc)")
+  fi
   echo
-  echo "Every installed preset, one run each, gcc the median of three ($(machine))"
-  printf '%-24s %9s %10s %15s\n' preset compiles "time (s)" "per compile (ms)"
+  echo "Every installed preset with \"-verify\", one run each, gcc the median of three ($(machine))"
+  echo "The check columns are the check stage of \"-verify\": its compiles, its time, and"
+  echo "what it adds to the compiles and the time of the rest of the run."
+  printf '%-24s %9s %10s %11s %9s %7s %8s %7s\n' preset compiles "time (s)" "ms/compile" \
+    "check" "(s)" "+compl %" "+time %"
   printf '%s\n' "${rows[@]}"
+  if [ ${#plain[@]} -gt 0 ]; then
+    echo
+    echo "gcc with --no-verify, the median of three"
+    printf '%s\n' "${plain[@]}"
+  fi
   exit 0
 fi
 
