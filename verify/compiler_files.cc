@@ -8,9 +8,12 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
+#include <string_view>
 
 #include "app/tessel_gen.h"
 #include "harness/compile_harness.h"
+#include "probes/header_scan.h"
 
 // How deep the walk goes below a "lib*" or "libexec" directory.
 static const int kMaxDepth = 4;
@@ -75,34 +78,13 @@ static bool is_shared_library(const std::string& name) {
          name.find(".dylib") != std::string::npos;
 }
 
-// The runs of at least four printable characters in the file at `path`,
-// as whole strings: the names a program holds of the programs it runs.
-static std::set<std::string> printable_strings(const std::string& path) {
+// The strings of the program at `path`, split as the header scan splits a
+// binary file: among them the names of the programs it runs.
+static std::set<std::string> program_strings(const std::string& path) {
   std::set<std::string> strings;
-  FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    return strings;
-  }
-  std::string run;
-  char buffer[65536];
-  std::size_t count;
-  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
-    for (std::size_t i = 0; i < count; ++i) {
-      const unsigned char c = static_cast<unsigned char>(buffer[i]);
-      if (c >= 0x20 && c < 0x7f) {
-        run += static_cast<char>(c);
-        continue;
-      }
-      if (run.size() >= 4) {
-        strings.insert(run);
-      }
-      run.clear();
-    }
-  }
-  if (run.size() >= 4) {
-    strings.insert(run);
-  }
-  std::fclose(file);
+  ForEachBinaryString(readWholeFile(path), [&strings](std::string_view text) {
+    strings.emplace(text);
+  });
   return strings;
 }
 
@@ -213,7 +195,7 @@ std::vector<std::string> compiler_files_of(const std::string& program,
   Walk::List(bin, beside, besideDirs);
   // A driver that runs its compiler proper from its own directory names it
   // in full (sdcc "sdcpp", cl65 "cc65").
-  const std::set<std::string> named = printable_strings(program);
+  const std::set<std::string> named = program_strings(program);
   for (const std::string& file : beside) {
     const bool targetCompiler =
         !name.target.empty() && file.rfind(name.target + "-cc", 0) == 0;
