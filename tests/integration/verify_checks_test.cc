@@ -1,7 +1,8 @@
 // The check stage's own checkers on real compilers: each is given a
 // deliberately wrong personality, and every fact it writes back is compared
-// with what the compiler says about itself through compiler_truth.h, whose
-// tests (duplicate case labels, function redeclarations, offsetof, used
+// with what the compiler says about itself through the checks of verified
+// personalities (verified_checks.h, on compiler_truth.h), whose tests
+// (duplicate case labels, function redeclarations, offsetof, used
 // variables) share no code with the checkers.
 #include <gtest/gtest.h>
 
@@ -15,19 +16,14 @@
 #include "harness/shell.h"
 #include "model/personality.h"
 #include "tests/integration/compiler_truth.h"
+#include "tests/integration/verified_checks.h"
 #include "tests/support/test_support.h"
 #include "verify/check_stage.h"
 #include "verify/keyword_check.h"
 
-using tessel_test::CaseEquals;
-using tessel_test::Compiles;
 using tessel_test::IsOrdinaryIdentifier;
 using tessel_test::Preset;
-using tessel_test::ReadFile;
-using tessel_test::SameType;
 using tessel_test::ScratchDir;
-using tessel_test::ShellQuote;
-using tessel_test::TellsApartNames;
 using tessel_test::WriteFile;
 
 namespace {
@@ -59,17 +55,12 @@ const Compiler kCompilers[] = {
     {"powerpc", "powerpc-linux-gnu-gcc", true, ".o", {}},
 };
 
-const char* const kTypes[][2] = {
-    {"int", "int"},         {"char", "char"},           {"short", "short"},
-    {"long", "long"},       {"longlong", "long long"},  {"float", "float"},
-    {"double", "double"},   {"ldouble", "long double"}, {"dataptr", "int*"},
-    {"codeptr", "truth_fp"}};
-
 // A personality wrong in every fact the checkers look at.
 std::string WrongPersonality(bool isC) {
   std::string text = isC ? "-d __tg_first=1\n" : "-sd __tg_first=1\n";
-  for (const auto& type : kTypes) {
-    text += std::string("-s ") + type[0] + "=24\n-a " + type[0] + "=3\n";
+  for (const tessel_test::ScalarType& type : tessel_test::kScalarTypes) {
+    text += "-s " + type.personalityName + "=24\n-a " + type.personalityName +
+            "=3\n";
   }
   text += isC ? "-u+\n" : "";
   text +=
@@ -122,87 +113,9 @@ Preset TruthPreset(const Compiler& compiler) {
   return preset;
 }
 
-const char kTruthPrelude[] =
-    "#include <stddef.h>\ntypedef void (*truth_fp)(void);\n";
-
-// Compares each type fact of `p` with the compiler's answers.
-// With `fromWrong`, a type the compiler does not know keeps the wrong
-// personality's 24 bits.
-void ExpectTypeFacts(const Preset& truth, const Personality& p,
-                     bool fromWrong) {
-  for (const auto& type : kTypes) {
-    const std::string t = type[1];
-    const bool known =
-        Compiles(truth, std::string(kTruthPrelude) + t + " truth_v;\n");
-    const auto size = find_line(p, LineKind::kSize, type[0]);
-    const auto align = find_line(p, LineKind::kAlignment, type[0]);
-    ASSERT_TRUE(size && align) << type[0];
-    const long bits = *numeric_value(p.lines[*size]);
-    const long bytes = *numeric_value(p.lines[*align]);
-    if (!known) {
-      if (fromWrong) {
-        EXPECT_EQ(24, bits) << type[0] << " is unknown and stays unchecked";
-      }
-      continue;
-    }
-    EXPECT_EQ(0, bits % 8) << type[0];
-    EXPECT_TRUE(CaseEquals(truth, kTruthPrelude, "sizeof(" + t + ")", bits / 8))
-        << type[0] << " size " << bits;
-    const std::string s = std::string("struct truth_s_") + type[0] +
-                          " { char c; " + t + " m; };\n";
-    EXPECT_TRUE(CaseEquals(
-        truth, kTruthPrelude + s,
-        std::string("offsetof(struct truth_s_") + type[0] + ", m)", bytes))
-        << type[0] << " alignment " << bytes;
-  }
-}
-
-// Compares the char sign and the intrinsic types of `p` with the compiler.
-void ExpectSignAndIntrinsics(const Preset& truth, const Personality& p) {
-  if (truth.isC) {
-    const std::vector<PersonalityLine> sign =
-        lines_of_kind(p, LineKind::kCharSign);
-    ASSERT_EQ(1u, sign.size());
-    EXPECT_EQ(sign[0].value == "-", CaseEquals(truth, "", "(char)-1", -1));
-  }
-  for (const char* name : {"size_t", "ptrdiff_t", "wchar_t"}) {
-    const auto at = find_line(p, LineKind::kIntrinsicType, name);
-    if (!truth.isC && std::string(name) == "wchar_t") {
-      EXPECT_FALSE(at) << "C++ wchar_t is a type of its own";
-      continue;
-    }
-    ASSERT_TRUE(at) << name;
-    std::string type = p.lines[*at].value;
-    const auto ll = type.find("longlong");
-    if (ll != std::string::npos) {
-      type.replace(ll, 8, "long long");
-    }
-    EXPECT_TRUE(SameType(truth, kTruthPrelude, name, type))
-        << name << " = " << type;
-  }
-}
-
-// The identifier lengths of `p` are the longest the compiler tells apart
-// (C only).
-void ExpectIdentifierLengths(const Preset& truth, const Personality& p) {
-  if (truth.isC) {
-    for (bool external : {true, false}) {
-      const std::vector<PersonalityLine> lines =
-          lines_of_kind(p, external ? LineKind::kExternalIdLength
-                                    : LineKind::kInternalIdLength);
-      ASSERT_EQ(1u, lines.size());
-      const long n = *numeric_value(lines[0]);
-      EXPECT_TRUE(TellsApartNames(truth, external, n)) << n;
-      if (n < 16384) {
-        EXPECT_FALSE(TellsApartNames(truth, external, n + 1)) << n;
-      }
-    }
-  }
-}
-
-// Compares identifier lengths and keyword lines of `p` with the compiler.
-void ExpectNamesAndKeywords(const Preset& truth, const Personality& p) {
-  ExpectIdentifierLengths(truth, p);
+// The keyword lines of `p` are kept for exactly the names the compiler
+// refuses as ordinary identifiers.
+void ExpectKeywordLines(const Preset& truth, const Personality& p) {
   for (const char* name : {"__tg_plain_name", "__inline", "__asm"}) {
     const bool kept = find_line(p, LineKind::kDefine, name).has_value();
     EXPECT_EQ(!IsOrdinaryIdentifier(truth, name), kept) << name;
@@ -219,9 +132,14 @@ void CheckCompiler(const Compiler& compiler) {
   std::printf("%s:\n%s", compiler.name, console.c_str());
   ASSERT_NE(console.find("Corrections:"), std::string::npos) << console;
   const Preset truth = TruthPreset(compiler);
-  ExpectTypeFacts(truth, result, true);
-  ExpectSignAndIntrinsics(truth, result);
-  ExpectNamesAndKeywords(truth, result);
+  const std::string text = write_personality(result);
+  // A type the compiler does not know keeps the wrong personality's size.
+  tessel_test::ExpectVerifiedTypes(
+      truth, tessel_test::ParsePersonality(text, compiler.isC),
+      tessel_test::ParsePersonality(WrongPersonality(compiler.isC),
+                                    compiler.isC));
+  tessel_test::ExpectVerifiedIdentifierLengths(truth, text);
+  ExpectKeywordLines(truth, result);
 }
 
 }  // namespace
