@@ -497,6 +497,14 @@ inline std::string ExpandBody(const std::map<std::string, std::string>& macros,
   return result;
 }
 
+/// The define text the macro stage writes for `name` with `value` as the
+/// personality spells it: the whole in quotes when it holds a blank.
+inline std::string DefineEntry(const std::string& name,
+                               const std::string& value) {
+  const std::string text = name + "=" + value;
+  return text.find(' ') == std::string::npos ? text : "\"" + text + "\"";
+}
+
 /// The define text that the macro stage records for `name` expanding to
 /// `value`: blanks collapsed and stripped, a string written through
 /// _KIV_STRINGIFY(...), the whole quoted when it holds a blank. Empty when
@@ -529,8 +537,7 @@ inline std::string RecordedDefine(const std::string& name,
     text.replace(text.find('"'), 1, "_KIV_STRINGIFY(");
     text.replace(text.rfind('"'), 1, ")");
   }
-  std::string define = name + "=" + text;
-  return text.find(' ') == std::string::npos ? define : "\"" + define + "\"";
+  return DefineEntry(name, text);
 }
 
 /// True when the constant expression `value` equals `n`, asked with a

@@ -85,13 +85,6 @@ inline std::vector<ReportedFact> ReportedFacts(const std::string& json) {
   return facts;
 }
 
-/// The define text the macro stage writes for `name` with `value`.
-inline std::string DefineEntry(const std::string& name,
-                               const std::string& value) {
-  const std::string text = name + "=" + value;
-  return text.find(' ') == std::string::npos ? text : "\"" + text + "\"";
-}
-
 /// What the stages wrote, before the check stage corrected it: the verified
 /// personality `verified` with every fact of the report put back to its
 /// written value (and the lines the check added taken out).

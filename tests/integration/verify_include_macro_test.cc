@@ -21,6 +21,7 @@
 #include "model/personality.h"
 #include "probes/header_scan.h"
 #include "probes/include_dirs.h"
+#include "tests/integration/compiler_truth.h"
 #include "tests/integration/search_order_truth.h"
 #include "tests/support/test_support.h"
 #include "verify/include_check.h"
@@ -66,8 +67,7 @@ std::string TruthCommand(const Compiler& c) {
 
 // The define text of a macro as the macro stage writes it.
 std::string Entry(const std::string& name, const std::string& value) {
-  const std::string text = name + "=" + search_truth::PersonalityValue(value);
-  return text.find(' ') == std::string::npos ? text : "\"" + text + "\"";
+  return tessel_test::DefineEntry(name, search_truth::PersonalityValue(value));
 }
 
 struct Outcome {
