@@ -494,41 +494,38 @@ void ExpectWriteError(const std::vector<std::string>& options,
   EXPECT_FALSE(Holds(log, "Completed OK"));
 }
 
+// A scratch directory with a full tmpfs mounted at "full" (the test is
+// skipped where none can be mounted), the configuration and a native fake
+// compiler.
+class HostileInputsFullDisk : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!disk_.mounted()) {
+      GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
+    }
+    LinkConfig();
+    WriteFakeRules(kNativeRules);
+  }
+
+ private:
+  ScratchDir scratch_;
+  FullDisk disk_;
+};
+
 }  // namespace
 
-TEST(HostileInputs, FullDiskEndsTheRunWithoutSuccess) {
-  ScratchDir scratch;
-  FullDisk disk;
-  if (!disk.mounted()) {
-    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
-  }
-  LinkConfig();
-  WriteFakeRules(kNativeRules);
+TEST_F(HostileInputsFullDisk, EndsTheRunWithoutSuccess) {
   ExpectWriteError({"-op", "full/p.p_c"}, "full/p.p_c");
 }
 
-TEST(HostileInputs, FullDiskUnderTheForceIncludeHeader) {
-  ScratchDir scratch;
-  FullDisk disk;
-  if (!disk.mounted()) {
-    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
-  }
-  LinkConfig();
-  WriteFakeRules(kNativeRules);
+TEST_F(HostileInputsFullDisk, UnderTheForceIncludeHeader) {
   ASSERT_EQ(0, mkdir("personality", 0755));
   ASSERT_EQ(0, symlink("../full", "personality/kivforceinclude"));
   WriteFile("fi.h", std::string(8192, 'x') + "\n");
   ExpectWriteError({"-fi", "fi.h"}, "personality/kivforceinclude/fi.h");
 }
 
-TEST(HostileInputs, FullDiskUnderTheSubPersonalityCopy) {
-  ScratchDir scratch;
-  FullDisk disk;
-  if (!disk.mounted()) {
-    GTEST_SKIP() << "cannot mount a small tmpfs here (needs root)";
-  }
-  LinkConfig();
-  WriteFakeRules(kNativeRules);
+TEST_F(HostileInputsFullDisk, UnderTheSubPersonalityCopy) {
   ASSERT_EQ(0, mkdir("personality", 0755));
   ASSERT_EQ(0, symlink("../full", "personality/src"));
   WriteFile("src/big.h", std::string(65536, 'x') + "\n");
