@@ -5,16 +5,16 @@
 // writes and reads what the compiler makes of it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "tests/integration/compiler_truth.h"
 #include "tests/support/test_support.h"
 
 using tessel_test::kSourceDir;
 using tessel_test::Lines;
-using tessel_test::ReadFile;
+using tessel_test::ListFile;
 using tessel_test::RunProcess;
 using tessel_test::ScratchDir;
 using tessel_test::WriteFile;
@@ -24,12 +24,12 @@ namespace {
 const char kPrefix[] = "__builtin_ia32_";
 
 // The names of the shipped ignore list that start with `kPrefix`.
-std::vector<std::string> IgnoredTargetBuiltins() {
-  std::vector<std::string> names;
-  for (const std::string& line : Lines(
-           ReadFile(std::string(kSourceDir) + "/config/ignore_keywords.txt"))) {
+std::set<std::string> IgnoredTargetBuiltins() {
+  std::set<std::string> names;
+  for (const std::string& line :
+       ListFile(std::string(kSourceDir) + "/config/ignore_keywords.txt")) {
     if (line.rfind(kPrefix, 0) == 0) {
-      names.push_back(line);
+      names.insert(line);
     }
   }
   return names;
@@ -41,11 +41,11 @@ bool Installed(const std::string& exe) {
 
 // Every name as an old-style parameter (C only) and as a file-scope array,
 // the two shapes of the stage's C test file.
-std::string Declarations(const std::vector<std::string>& names, bool isC) {
+std::string Declarations(const std::set<std::string>& names, bool isC) {
   std::string text;
   int n = 0;
-  for (const std::string& name : names) {
-    if (isC) {
+  if (isC) {
+    for (const std::string& name : names) {
       text += "void func" + std::to_string(n++) + "( " + name + ") int " +
               name + "; {}\n";
     }
@@ -127,7 +127,7 @@ TEST(IgnoredTargetBuiltins, GppRejectsThemOnlyAsItsOwnDeclarations) {
     GTEST_SKIP() << "skipped: g++ not installed";
   }
   ScratchDir scratch;
-  const std::vector<std::string> names = IgnoredTargetBuiltins();
+  const std::set<std::string> names = IgnoredTargetBuiltins();
   WriteFile("names.cpp", Declarations(names, false));
   const tessel_test::ProcessResult gpp = RunProcess(
       "LC_ALL=C g++ -fno-diagnostics-show-caret -c names.cpp -o names.o");
@@ -140,7 +140,7 @@ TEST(IgnoredTargetBuiltins, GppRejectsThemOnlyAsItsOwnDeclarations) {
   EXPECT_TRUE(errors.other.empty()) << errors.other.front();
   EXPECT_TRUE(errors.quoted.count("__builtin_ia32_pause"));
   for (const std::string& name : errors.quoted) {
-    EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name)) << name;
+    EXPECT_EQ(1u, names.count(name)) << name;
   }
 }
 
@@ -152,7 +152,7 @@ void ExpectClangDeclaresThemItself(const std::string& compiler, bool isC) {
     GTEST_SKIP() << "skipped: " << compiler << " not installed";
   }
   ScratchDir scratch;
-  const std::vector<std::string> names = IgnoredTargetBuiltins();
+  const std::set<std::string> names = IgnoredTargetBuiltins();
   const std::string source = isC ? "names.c" : "names.cpp";
   WriteFile(source, Declarations(names, isC));
   const tessel_test::ProcessResult clang = RunProcess(
@@ -162,7 +162,7 @@ void ExpectClangDeclaresThemItself(const std::string& compiler, bool isC) {
       clang.err, {{"redefinition of '", "' as different kind of symbol"}});
   EXPECT_TRUE(errors.other.empty()) << errors.other.front();
   for (const std::string& name : errors.quoted) {
-    EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name)) << name;
+    EXPECT_EQ(1u, names.count(name)) << name;
   }
 
   EXPECT_GT(errors.quoted.size(), 1900u);
@@ -180,7 +180,7 @@ void ExpectClangDeclaresThemItself(const std::string& compiler, bool isC) {
   const std::vector<std::string> headerNames = Lines(inHeaders.out);
   ASSERT_GT(headerNames.size(), 1000u) << inHeaders.err;
   for (const std::string& name : headerNames) {
-    EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name))
+    EXPECT_EQ(1u, names.count(name))
         << name << " is not on the ignore list: run "
         << "scripts/update_ignore_list.sh on the clang header directory";
   }
